@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vossel {
+
+// Strict: no surrogates, no overlong forms, nothing above U+10FFFF.
+[[nodiscard]] bool isValidUtf8(std::string_view bytes);
+
+// Each maximal invalid sequence becomes one U+FFFD (the practice that Unicode recommends, chapter
+// 3.9); valid text comes back unchanged.
+[[nodiscard]] std::string toValidUtf8(std::string_view bytes);
+
+// Text in the encoding that system notices take their byte strings in; every byte has a character.
+[[nodiscard]] std::string fromMacRoman(std::string_view bytes);
+
+}

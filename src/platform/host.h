@@ -1,0 +1,45 @@
+#pragma once
+
+namespace vossel {
+
+class Accounts;
+class Authenticator;
+class Clock;
+class CodeSigning;
+class DriverService;
+class Installers;
+class MainThread;
+class NotificationCentre;
+class Notices;
+class ProcessControl;
+class Processes;
+class Session;
+class ThreadLauncher;
+class Timers;
+class Volumes;
+class WindowSystem;
+class Workspace;
+
+// The operating system as the agent sees it: one reference for each service. Whoever makes a Host
+// keeps what it refers to alive as long as anything that was made from it.
+struct Host {
+    Clock& clock;
+    ThreadLauncher& threads;
+    MainThread& mainThread;
+    Timers& timers;
+    DriverService& driver;
+    Session& session;
+    Accounts& accounts;
+    Processes& processes;
+    Installers& installers;
+    Volumes& volumes;
+    CodeSigning& codeSigning;
+    Authenticator& authenticator;
+    NotificationCentre& notifications;
+    Notices& notices;
+    WindowSystem& windows;
+    Workspace& workspace;
+    ProcessControl& processControl;
+};
+
+}
