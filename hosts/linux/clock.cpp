@@ -1,0 +1,49 @@
+#include "hosts/linux/clock.h"
+
+#include <algorithm>
+
+namespace vossel {
+
+namespace {
+
+// Waiting for longer is waiting for ever; later instants would overflow in nanoseconds.
+constexpr std::chrono::hours longestWait(24 * 365);
+
+LinuxClock::Instant withinReach(LinuxClock::Instant deadline, LinuxClock::Instant now)
+{
+    return std::clamp(deadline, now, now + longestWait);
+}
+
+}
+
+LinuxClock::Instant LinuxClock::now() const
+{
+    return std::chrono::time_point_cast<Duration>(std::chrono::steady_clock::now());
+}
+
+std::chrono::system_clock::time_point LinuxClock::wallTime() const
+{
+    return std::chrono::system_clock::now();
+}
+
+bool LinuxClock::waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
+    Instant deadline, const std::function<bool()>& predicate)
+{
+    return condition.wait_until(lock, withinReach(deadline, now()), predicate);
+}
+
+bool LinuxClock::sleep(Duration duration)
+{
+    const auto bounded = std::clamp<Duration>(duration, Duration::zero(), longestWait);
+    std::unique_lock lock(lock_);
+    return !stopping_.wait_until(lock, now() + bounded, [this] { return stopped_; });
+}
+
+void LinuxClock::stop()
+{
+    const std::lock_guard guard(lock_);
+    stopped_ = true;
+    stopping_.notify_all();
+}
+
+}

@@ -1,0 +1,134 @@
+#include "hosts/linux/thread_launcher.h"
+
+#include "foundation/files.h"
+#include "foundation/log.h"
+
+#include <algorithm>
+#include <exception>
+#include <string>
+#include <utility>
+
+namespace vossel {
+
+namespace {
+
+// A checked build keeps its own books on the stack.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr std::size_t stackSize = 1024 * 1024;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr std::size_t stackSize = 1024 * 1024;
+#else
+constexpr std::size_t stackSize = 256 * 1024;
+#endif
+#else
+constexpr std::size_t stackSize = 256 * 1024;
+#endif
+
+constexpr std::size_t longestName = 15;
+
+int createThread(pthread_t& thread, void* (*entry)(void*), void* argument)
+{
+    pthread_attr_t attributes;
+    if (const int error = ::pthread_attr_init(&attributes))
+        return error;
+    int error = ::pthread_attr_setstacksize(&attributes, stackSize);
+    if (error == 0)
+        error = ::pthread_create(&thread, &attributes, entry, argument);
+    ::pthread_attr_destroy(&attributes);
+    return error;
+}
+
+void runLogged(const std::string& name, const std::function<void()>& entry)
+{
+    try {
+        entry();
+    } catch (const std::exception& exception) {
+        logText("thread %@: ended by an exception: %@", name, exception.what());
+    } catch (...) {
+        logText("thread %@: ended by an exception", name);
+    }
+}
+
+}
+
+struct LinuxThreadLauncher::Start {
+    LinuxThreadLauncher& launcher;
+    std::string name;
+    std::function<void()> entry;
+};
+
+LinuxThreadLauncher::~LinuxThreadLauncher()
+{
+    std::unique_lock lock(lock_);
+    allEnded_.wait(lock, [this] { return running_ == 0; });
+    if (hasLast_)
+        ::pthread_join(last_, nullptr);
+}
+
+bool LinuxThreadLauncher::launch(std::string_view name, std::function<void()> entry)
+{
+    auto start = std::make_unique<Start>(
+        Start{*this, std::string(name.substr(0, longestName)), std::move(entry)});
+    {
+        const std::lock_guard guard(lock_);
+        ++running_;
+    }
+    pthread_t thread = {};
+    const int error = createThread(thread, &LinuxThreadLauncher::run, start.get());
+    if (error == 0) {
+        static_cast<void>(start.release()); // the thread's now
+        return true;
+    }
+    logText("thread %@: not started: %@", name, errorText(error));
+    const std::lock_guard guard(lock_);
+    if (--running_ == 0)
+        allEnded_.notify_all();
+    return false;
+}
+
+void* LinuxThreadLauncher::run(void* argument)
+{
+    std::unique_ptr<Start> start(static_cast<Start*>(argument));
+    LinuxThreadLauncher& launcher = start->launcher;
+    ::pthread_setname_np(::pthread_self(), start->name.c_str());
+    runLogged(start->name, start->entry);
+    start.reset(); // what the entry held is given back before the thread counts as ended
+    launcher.ended(::pthread_self());
+    return nullptr;
+}
+
+void LinuxThreadLauncher::ended(pthread_t self)
+{
+    bool hasPrevious = false;
+    pthread_t previous = {};
+    {
+        const std::lock_guard guard(lock_);
+        hasPrevious = std::exchange(hasLast_, true);
+        previous = std::exchange(last_, self);
+        if (--running_ == 0)
+            allEnded_.notify_all();
+    }
+    if (hasPrevious)
+        ::pthread_join(previous, nullptr);
+}
+
+bool LinuxThreadLauncher::joinAll(Clock::Duration bound)
+{
+    const auto wait
+        = std::clamp<Clock::Duration>(bound, Clock::Duration::zero(), std::chrono::hours(24));
+    bool hasLast = false;
+    pthread_t last = {};
+    {
+        std::unique_lock lock(lock_);
+        if (!allEnded_.wait_for(lock, wait, [this] { return running_ == 0; }))
+            return false;
+        hasLast = std::exchange(hasLast_, false);
+        last = last_;
+    }
+    if (hasLast)
+        ::pthread_join(last, nullptr);
+    return true;
+}
+
+}
