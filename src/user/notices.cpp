@@ -1,0 +1,33 @@
+#include "user/notices.h"
+
+#include "foundation/path_text.h"
+#include "foundation/text_format.h"
+#include "foundation/utf8.h"
+#include "platform/notifications.h"
+#include "platform/processes.h"
+
+#include <string>
+
+namespace vossel {
+
+void UserNotices::displayNotice(std::string_view header, std::string_view message) const
+{
+    host_.notices.display({.header = fromMacRoman(header),
+        .message = fromMacRoman(message),
+        .icon = directories_.lockImage(),
+        .timeoutSeconds = 60});
+}
+
+void UserNotices::sendIgnoredNotificationForPid(std::int32_t pid, std::string_view type) const
+{
+    const std::string path = host_.processes.executablePath(static_cast<std::uint32_t>(pid));
+    const std::string name
+        = path.empty() ? "unknown program" : toValidUtf8(lastPathComponent(path));
+    UserNotification notification;
+    notification.title = formatText("Ignoring %@", {type});
+    notification.informativeText = formatText(
+        "Ignored software-composed %@ from %@ (%@)", {type, name, std::to_string(pid)});
+    host_.notifications.deliver(notification);
+}
+
+}

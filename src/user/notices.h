@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/host.h"
+#include "settings/directories.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace vossel {
+
+// What the agent tells the user outside the prompts. Any thread; both return at once.
+class UserNotices {
+public:
+    UserNotices(const Host& host, const Directories& directories)
+        : host_(host)
+        , directories_(directories)
+    {
+    }
+
+    // A system notice that goes away after a minute. The texts are byte strings in the Mac Roman
+    // encoding.
+    void displayNotice(std::string_view header, std::string_view message) const;
+
+    // Tells that input composed by a program was not taken; `type` is "keypresses" or "mouse
+    // clicks". A program that has already ended is called "unknown program".
+    void sendIgnoredNotificationForPid(std::int32_t pid, std::string_view type) const;
+
+private:
+    const Host& host_;
+    const Directories& directories_;
+};
+
+}
