@@ -1,0 +1,45 @@
+#pragma once
+
+#include "ui/controls/control.h"
+
+#include <cstdint>
+#include <string>
+
+namespace vossel {
+
+// Where an image comes from. A file that is missing leaves the view empty.
+struct ImageSource {
+    enum class Kind : std::uint8_t { None, File, WorkspaceIcon };
+
+    Kind kind = Kind::None;
+    std::string path; // of the image, or of the file whose icon the desktop is asked for
+    double width = 0; // points; 0 for the image's own size
+    double height = 0;
+
+    bool operator==(const ImageSource&) const = default;
+
+    [[nodiscard]] static ImageSource file(std::string path)
+    {
+        return {Kind::File, std::move(path), 0, 0};
+    }
+    [[nodiscard]] static ImageSource workspaceIcon(std::string path, double width, double height)
+    {
+        return {Kind::WorkspaceIcon, std::move(path), width, height};
+    }
+};
+
+struct ImageViewState {
+    ImageSource image;
+
+    bool operator==(const ImageViewState&) const = default;
+};
+
+class ImageView : public Control<ImageViewState> {
+public:
+    using Control::Control;
+
+    [[nodiscard]] const ImageSource& image() const { return state().image; }
+    void setImage(ImageSource image) { set(&ImageViewState::image, std::move(image)); }
+};
+
+}

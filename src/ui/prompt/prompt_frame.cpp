@@ -1,0 +1,163 @@
+#include "ui/prompt/prompt_frame.h"
+
+#include "platform/host.h"
+#include "platform/window_system.h"
+#include "prompting/permissions_manager.h"
+#include "settings/directories.h"
+#include "settings/preferences.h"
+#include "user/authentication.h"
+#include "user/user_checks.h"
+
+#include <utility>
+
+namespace vossel {
+
+PromptFrame::PromptFrame(const PromptContext& context, const Rect& windowFrame)
+    : window(WindowState{.frame = windowFrame})
+    , allowButton(ButtonState{.title = "Allow"})
+    , denyButton(ButtonState{.title = "Deny"})
+    , touchBarLabel(TextFieldState{.stringValue = "Answer on the touch bar.", .hidden = true})
+    , context_(context)
+{
+    observe(window);
+    observe(allowButton);
+    observe(denyButton);
+    observe(touchBarLabel);
+    observe(applicationIconImageView);
+}
+
+void PromptFrame::open(std::function<void()> tell)
+{
+    phase_ = Phase::Open;
+    changes.start(std::move(tell));
+}
+
+bool PromptFrame::close()
+{
+    if (std::exchange(phase_, Phase::Closed) != Phase::Open)
+        return false;
+    changes.silence();
+    closeWindow();
+    return true;
+}
+
+void PromptFrame::readPreferences()
+{
+    requireTouchBar = false;
+    authenticationDenied = false;
+    requireAuthentication_ = false;
+    const auto preferences = Preferences::load(context_.directories);
+    if (!preferences)
+        return;
+    if (preferences->integer(preference::promptsOutOfBand) == 1) {
+        requireTouchBar = true;
+        touchBarLabel.setHidden(false);
+        allowButton.setHidden(true);
+        denyButton.setHidden(true);
+    }
+    requireAuthentication_ = preferences->integer(preference::promptsAuthenticate) == 1;
+}
+
+void PromptFrame::showIcon(std::int32_t codeSignState)
+{
+    applicationIconImageView.setImage(
+        ImageSource::file(codeSignState == CODE_SIGN_VALID ? context_.directories.programIcon()
+                                                           : context_.directories.warningImage()));
+}
+
+void PromptFrame::resetButtons()
+{
+    for (Button* button : {&allowButton, &denyButton}) {
+        button->setOn(false);
+        button->setHighlighted(false);
+    }
+}
+
+void PromptFrame::highlightAllowWhileCommandHeld() const
+{
+    if (context_.host.windows.commandKeyHeld())
+        context_.manager.setAllowButtonHighlight(1);
+}
+
+void PromptFrame::setUpWindow()
+{
+    window.update([](WindowState& state) {
+        state.hasDelegate = true;
+        state.collectionBehavior = canJoinAllSpaces | fullScreenAuxiliary;
+        state.styleMask = utilityWindow | nonactivatingPanel;
+        state.level = WindowLevel::Maximum;
+        state.hidesOnDeactivate = false;
+        state.canHide = false;
+        state.alpha = 1;
+    });
+    context_.host.windows.activateApplication();
+    window.update([](WindowState& state) {
+        state.orderedFront = true;
+        state.firstResponder = true;
+        state.keyWindow = true;
+        state.mainWindow = true;
+    });
+}
+
+void PromptFrame::setTheme()
+{
+    window.update([](WindowState& state) {
+        state.contentEffect = ContentEffect{};
+        state.styleMask |= fullSizeContentView;
+        state.appearance = Appearance::VibrantLight;
+    });
+}
+
+bool PromptFrame::foreverRemoved(std::string_view path) const
+{
+    return !UserChecks(context_.host, context_.directories).canCreateRules()
+        || path.starts_with(context_.directories.sharedData());
+}
+
+void PromptFrame::setAllowButtonHighlight(std::int32_t highlight)
+{
+    allowButton.setHighlighted(highlight == 1);
+}
+
+void PromptFrame::resignWindow()
+{
+    window.update([](WindowState& state) {
+        state.level = WindowLevel::Normal;
+        state.hidesOnDeactivate = true;
+        state.canHide = true;
+        state.alpha = 1;
+        state.firstResponder = false;
+        state.keyWindow = false;
+        state.mainWindow = false;
+    });
+}
+
+void PromptFrame::closeWindow()
+{
+    resignWindow();
+    context_.host.windows.deactivateApplication();
+}
+
+bool PromptFrame::authenticate()
+{
+    if (!requireAuthentication_)
+        return true;
+    resignWindow();
+    authenticating_ = true;
+    const bool proved = Authentication(context_.host).performAuthentication();
+    authenticating_ = false;
+    if (!proved)
+        authenticationDenied = true;
+    return proved;
+}
+
+bool cutPacketCapturePath(policy_query& query)
+{
+    static constexpr std::string_view packetCapture = "/dev/bpf";
+    if (!textOf(query.path).starts_with(packetCapture))
+        return false;
+    storeText(query.path, packetCapture);
+    return true;
+}
+
+}

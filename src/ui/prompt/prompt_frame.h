@@ -1,0 +1,79 @@
+#pragma once
+
+#include "ui/controls/button.h"
+#include "ui/controls/image_view.h"
+#include "ui/controls/text_field.h"
+#include "ui/controls/window.h"
+#include "ui/prompt/prompt_changes.h"
+#include "ui/prompt/prompt_context.h"
+#include "ui/prompt/prompt_touch_bar.h"
+#include "wire/driver_messages.h"
+
+#include <cstdint>
+#include <functional>
+#include <string_view>
+
+namespace vossel {
+
+// What both prompts have in common: the window and how it keeps and gives up the screen, Allow and
+// Deny, the preferences on how to answer, the proof of being an administrator. Main thread only.
+class PromptFrame {
+public:
+    PromptFrame(const PromptContext& context, const Rect& windowFrame);
+
+    Window window;
+    Button allowButton;
+    Button denyButton;
+    TextField touchBarLabel; // says that the answer is given on the touch bar
+    ImageView applicationIconImageView;
+    bool requireTouchBar = false;
+    bool authenticationDenied = false;
+    PromptTouchBar touchBar;
+    PromptChanges changes;
+
+    // Whether the prompt stands on the screen: from open() to close().
+    [[nodiscard]] bool isOpen() const { return phase_ == Phase::Open; }
+    void open(std::function<void()> tell);
+    // Gives the screen back. False unless the prompt was open.
+    bool close();
+
+    // Steps of loading.
+    void readPreferences();
+    void showIcon(std::int32_t codeSignState);
+    void resetButtons();
+    void highlightAllowWhileCommandHeld() const;
+    void setUpWindow();
+    void setTheme();
+    // Who may not make rules, and what protects the rules, is never asked about for ever.
+    [[nodiscard]] bool foreverRemoved(std::string_view path) const;
+
+    void setAllowButtonHighlight(std::int32_t highlight);
+    // Returns the window to ordinary behaviour.
+    void resignWindow();
+    void closeWindow();
+    // Whether Allow may go on; asks for an administrator where the preferences want one, which may
+    // take any time. The prompt may have been closed when it returns.
+    [[nodiscard]] bool authenticate();
+    [[nodiscard]] bool authenticating() const { return authenticating_; }
+
+    // Reports the control's changes through `changes`.
+    template <class Observed>
+    void observe(Observed& control)
+    {
+        control.setObserver([this] { changes.changed(); });
+    }
+
+private:
+    enum class Phase { New, Open, Closed };
+
+    PromptContext context_;
+    Phase phase_ = Phase::New;
+    bool requireAuthentication_ = false;
+    bool authenticating_ = false;
+};
+
+// One packet-capture device stands for all of them: cuts such a path to "/dev/bpf". False, and no
+// change, for every other path.
+bool cutPacketCapturePath(policy_query& query);
+
+}
