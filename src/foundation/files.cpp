@@ -111,7 +111,7 @@ Result<std::string> readDescriptor(int fd, std::size_t limit, std::string_view n
 
     // The size is a hint only: files under /proc have none, and others grow meanwhile. One byte
     // more than announced is asked for, so that the end is usually found without growing again.
-    static constexpr std::size_t step = 64 * 1024;
+    static constexpr std::size_t step = 65'536;
     std::string content;
     std::size_t length = 0;
     for (;;) {

@@ -35,7 +35,7 @@ private:
 };
 
 // The whole content of a file or pipe; "-" is not special. Fails when it cannot be opened or read
-// or holds more than `limit` bytes.
+// or holds more than `limit` bytes. A named pipe that nobody has open for writing reads as empty.
 Result<std::string> readFile(const std::string& path, std::size_t limit);
 
 // Reads a descriptor to its end, with the same limit; `name` is what failures call it.

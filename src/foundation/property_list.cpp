@@ -15,7 +15,7 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t largestFile = 16 * 1024 * 1024;
+constexpr std::size_t largestFile = std::size_t{16} << 20U; // 16 MiB
 
 struct NodeDeleter {
     void operator()(void* node) const { ::plist_free(node); }
