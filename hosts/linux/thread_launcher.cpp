@@ -27,6 +27,9 @@ constexpr std::size_t stackSize = 256 * 1024;
 
 constexpr std::size_t longestName = 15;
 
+constexpr std::size_t mostParked = 4;
+constexpr std::chrono::seconds parkedTime{5};
+
 int createThread(pthread_t& thread, void* (*entry)(void*), void* argument)
 {
     pthread_attr_t attributes;
@@ -58,9 +61,16 @@ struct LinuxThreadLauncher::Start {
     std::function<void()> entry;
 };
 
+// A thread without work, asleep until it is given some.
+struct LinuxThreadLauncher::Parked {
+    std::condition_variable woken;
+    std::unique_ptr<Start> next; // guarded by the launcher's lock
+};
+
 LinuxThreadLauncher::~LinuxThreadLauncher()
 {
     std::unique_lock lock(lock_);
+    beginJoiningLocked();
     allEnded_.wait(lock, [this] { return running_ == 0; });
     if (hasLast_)
         ::pthread_join(last_, nullptr);
@@ -70,6 +80,8 @@ bool LinuxThreadLauncher::launch(std::string_view name, std::function<void()> en
 {
     auto start = std::make_unique<Start>(
         Start{*this, std::string(name.substr(0, longestName)), std::move(entry)});
+    if (handToParked(start))
+        return true;
     {
         const std::lock_guard guard(lock_);
         ++running_;
@@ -91,11 +103,47 @@ void* LinuxThreadLauncher::run(void* argument)
 {
     std::unique_ptr<Start> start(static_cast<Start*>(argument));
     LinuxThreadLauncher& launcher = start->launcher;
-    ::pthread_setname_np(::pthread_self(), start->name.c_str());
-    runLogged(start->name, start->entry);
-    start.reset(); // what the entry held is given back before the thread counts as ended
+    while (start) {
+        ::pthread_setname_np(::pthread_self(), start->name.c_str());
+        runLogged(start->name, start->entry);
+        start.reset(); // what the entry held is given back before the thread counts as ended
+        start = launcher.park();
+    }
     launcher.ended(::pthread_self());
     return nullptr;
+}
+
+bool LinuxThreadLauncher::handToParked(std::unique_ptr<Start>& start)
+{
+    const std::lock_guard guard(lock_);
+    if (parked_.empty())
+        return false;
+    Parked* const thread = parked_.back();
+    parked_.pop_back();
+    thread->next = std::move(start);
+    thread->woken.notify_one();
+    return true;
+}
+
+// The next piece of work, or none when the thread is to end.
+std::unique_ptr<LinuxThreadLauncher::Start> LinuxThreadLauncher::park()
+{
+    std::unique_lock lock(lock_);
+    if (joining_ || parked_.size() >= mostParked)
+        return nullptr;
+    Parked self;
+    parked_.push_back(&self);
+    self.woken.wait_for(lock, parkedTime, [&] { return self.next || joining_; });
+    if (!self.next)
+        std::erase(parked_, &self);
+    return std::move(self.next);
+}
+
+void LinuxThreadLauncher::beginJoiningLocked()
+{
+    joining_ = true;
+    for (Parked* const thread : parked_)
+        thread->woken.notify_one();
 }
 
 void LinuxThreadLauncher::ended(pthread_t self)
@@ -121,7 +169,10 @@ bool LinuxThreadLauncher::joinAll(Clock::Duration bound)
     pthread_t last = {};
     {
         std::unique_lock lock(lock_);
-        if (!allEnded_.wait_for(lock, wait, [this] { return running_ == 0; }))
+        beginJoiningLocked();
+        const bool allEnded = allEnded_.wait_for(lock, wait, [this] { return running_ == 0; });
+        joining_ = false;
+        if (!allEnded)
             return false;
         hasLast = std::exchange(hasLast_, false);
         last = last_;

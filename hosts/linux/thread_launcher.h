@@ -8,12 +8,14 @@
 #include <memory>
 #include <mutex>
 #include <pthread.h>
+#include <vector>
 
 namespace vossel {
 
 // Threads with small stacks: one waits for each query, and ten thousand may wait at once. Nobody
-// holds a thread's handle, but they are counted and each is joined by the one that ends after it.
-// Callable from any thread.
+// holds a thread's handle, but they are counted and each is joined by the one that ends after it. A
+// few that have done their work stay for the next piece: starting one costs as much as a whole
+// short answer. Callable from any thread.
 class LinuxThreadLauncher final : public ThreadLauncher {
 public:
     LinuxThreadLauncher() = default;
@@ -32,13 +34,19 @@ public:
 
 private:
     struct Start;
+    struct Parked;
 
     static void* run(void* start);
+    [[nodiscard]] bool handToParked(std::unique_ptr<Start>& start);
+    [[nodiscard]] std::unique_ptr<Start> park();
     void ended(pthread_t self);
+    void beginJoiningLocked();
 
     std::mutex lock_;
     std::condition_variable allEnded_;
-    std::size_t running_ = 0; // guarded by lock_
+    std::size_t running_ = 0; // guarded by lock_; those that are parked included
+    std::vector<Parked*> parked_; // guarded by lock_; the one that came last is the warmest
+    bool joining_ = false; // guarded by lock_: nobody parks now
     bool hasLast_ = false; // guarded by lock_
     pthread_t last_ = {}; // guarded by lock_: ended last and still to be joined
 };

@@ -6,14 +6,18 @@ namespace vossel {
 
 bool QueryWait::finish(Outcome outcome, const user_prompt_response& response)
 {
-    const std::lock_guard lock(mutex_);
-    const bool open = outcome_ == Outcome::Waiting
-        || (outcome_ == Outcome::Cancelled && outcome == Outcome::TimedOut);
-    if (!open)
-        return false;
-    outcome_ = outcome;
-    if (outcome != Outcome::Cancelled)
-        response_ = response;
+    {
+        const std::lock_guard lock(mutex_);
+        const bool open = outcome_ == Outcome::Waiting
+            || (outcome_ == Outcome::Cancelled && outcome == Outcome::TimedOut);
+        if (!open)
+            return false;
+        outcome_ = outcome;
+        if (outcome != Outcome::Cancelled)
+            response_ = response;
+    }
+    // Without the lock, or the woken thread would only wait for it. The caller holds a share of
+    // this object, so it is still there.
     finished_.notify_all();
     return true;
 }
