@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace vossel {
+
+// What the system call of a blocked thread wants of the file that it opens.
+struct BlockedCall {
+    std::int32_t operations = 0; // READ, WRITE or both; EXECUTE alone for a program start
+    bool mayCreate = false; // the call creates the file when it is missing
+    bool known = false; // false: the flags could not be seen, and both are assumed
+};
+
+// `text` is the content of /proc/TID/syscall (proc(5)), of a thread with this machine's own calling
+// convention; anything that is not understood is taken as unknown.
+[[nodiscard]] BlockedCall parseBlockedCall(std::string_view text);
+
+// Reads it; `procFolder` is "/proc" in earnest.
+[[nodiscard]] BlockedCall readBlockedCall(const std::string& procFolder, std::int32_t thread);
+
+}

@@ -1,0 +1,6 @@
+#include "driver/driver_program.h"
+
+int main(int argc, char** argv)
+{
+    return vossel::runDriver(argc, argv);
+}
