@@ -171,6 +171,12 @@ std::vector<SimulatedDriver::Call> SimulatedDriver::calls() const
     return state_->calls;
 }
 
+void SimulatedDriver::forgetCalls()
+{
+    const std::lock_guard lock(state_->mutex);
+    state_->calls.clear();
+}
+
 std::size_t SimulatedDriver::callsOf(std::uint32_t selector) const
 {
     const auto all = calls();

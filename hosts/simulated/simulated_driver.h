@@ -46,8 +46,9 @@ public:
     // Ends the present connection from the driver's side.
     void vanish();
 
-    // All calls so far, in order, registrations excluded.
+    // All calls so far or since they were forgotten, in order, registrations excluded.
     [[nodiscard]] std::vector<Call> calls() const;
+    void forgetCalls();
     [[nodiscard]] std::size_t callsOf(std::uint32_t selector) const;
     [[nodiscard]] std::size_t opened() const;
     [[nodiscard]] std::size_t registrations() const;

@@ -133,7 +133,9 @@ void DriverLink::endConnection(const Connection& connection)
         g_connected = false;
         g_notifyPort = 0;
     }
-    // Nobody is left to hear what the user would decide.
+    // Nobody is left to hear what the user would decide. The status goes first: whoever is woken by
+    // the cancellation takes it for the reason.
+    filterStatus_.updateStatus(FILTER_DISABLED);
     broker_.cancelQuery();
 }
 

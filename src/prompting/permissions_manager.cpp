@@ -157,6 +157,7 @@ void PermissionsManager::presentSimpleWindow(
         return;
     closeWindows();
     isPresenting_ = true;
+    simpleModeOverride_ = false;
     shownWait_ = wait;
     const auto prompt = factory_->makeSimplePermissionsWindow();
     simplePermissionsWindowController_ = prompt;

@@ -300,6 +300,7 @@ TEST_F(Link, FollowsTheFilterAndForgetsALostConnection)
     ASSERT_TRUE(host.mainThread.runUntil(
         [&] { return !broker.isPresenting() && !link.isConnected() && !outcomes.get().empty(); }));
     EXPECT_EQ(host.driver.responses().size(), 0U);
+    EXPECT_TRUE(host.notifications.delivered.get().empty()); // nobody was away
     EXPECT_EQ(link.claim_notification_port(), driverUnreachable);
     ASSERT_TRUE(host.clock.waitForWaiters(1));
     const std::size_t polls = host.driver.callsOf(METHOD_FILTER_STATUS);

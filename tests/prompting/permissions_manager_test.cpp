@@ -6,9 +6,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
-#include <atomic>
-#include <barrier>
 #include <filesystem>
 #include <thread>
 
@@ -294,52 +291,6 @@ TEST_F(Broker, RoutesClicksByTheNotificationsUserInfo)
         EXPECT_EQ(!host.notifications.removed.get().empty(), row.removed);
         EXPECT_EQ(!host.workspace.launched.get().empty(), row.launched);
     }
-}
-
-// Decision, cancellation, re-evaluation and timeout race for each of 100,000 queries: one wins, and
-// the thread that waits always has one response to send.
-TEST_F(Broker, HasExactlyOneWinnerWhenEverybodyDecidesAtOnce)
-{
-    constexpr int rounds = 100'000;
-    chooseAdvancedPrompts();
-    const policy_query query = makeQuery("/raced");
-    std::shared_ptr<QueryWait> wait;
-    std::array<std::atomic<int>, 3> wins{};
-    std::atomic<int> withResponse = 0;
-    std::barrier round(4);
-
-    const auto race = [&](auto act) {
-        return std::jthread([&round, act] {
-            for (int i = 0; i < rounds; ++i) {
-                round.arrive_and_wait();
-                act();
-                round.arrive_and_wait();
-            }
-        });
-    };
-    std::jthread canceller = race([&] { broker.cancelQuery(); });
-    std::jthread importer = race([&] { wins[0] += broker.reevaluateQuery() ? 1 : 0; });
-    std::jthread waiter = race([&] {
-        const bool expired = broker.prepareResponseToQuery(
-            query, DECISION_DENY, broker.recommendedPath(), 0, 0, 23, 0);
-        wins[1] += expired ? 1 : 0;
-        withResponse += broker.haveResponse() ? 1 : 0;
-    });
-    for (int i = 0; i < rounds; ++i) {
-        wait = present(query);
-        const auto prompt = prompts.advanced.back();
-        round.arrive_and_wait();
-        prompt->performClickAllow();
-        round.arrive_and_wait();
-        const auto response = wait->response();
-        ASSERT_EQ(wait->outcome() == Outcome::Answered, textOf(response.path) == "/chosen");
-        wins[2] += wait->outcome() == Outcome::Answered ? 1 : 0;
-        host.mainThread.runPending();
-        ASSERT_FALSE(broker.isPresenting());
-        prompts.advanced.clear();
-    }
-    EXPECT_EQ(wins[0] + wins[1] + wins[2], rounds);
-    EXPECT_EQ(withResponse, rounds);
 }
 
 }

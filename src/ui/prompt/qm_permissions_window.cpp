@@ -229,8 +229,10 @@ PromptTouchBar::Parts QMPermissionsWindow::initTouchBarItems()
     };
     const auto durationItem = [&](std::string identifier, std::string title, std::int32_t tag) {
         TouchBarButton button{.title = std::move(title)};
-        button.action
-            = act([tag](QMPermissionsWindow& self) { self.context_.manager.selectSegment(tag); });
+        button.action = act([tag](QMPermissionsWindow& self) {
+            if (self.frame_.isOpen()) // or it would choose for the prompt that has followed
+                self.context_.manager.selectSegment(tag);
+        });
         return TouchBarItem{std::move(identifier), std::move(button)};
     };
     PromptTouchBar::Parts parts;
