@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/threads.h"
+
+#include <QObject>
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace vossel {
+
+// The main thread over Qt's event loop: the thread that makes it, where a QCoreApplication must
+// exist. What is handed over before the loop runs is done when it runs, nested loops (an
+// authentication dialog's) included.
+class QtMainThread final : public MainThread {
+public:
+    QtMainThread();
+    ~QtMainThread() override;
+
+    [[nodiscard]] bool isCurrent() const override;
+    void perform(std::function<void()> task) override;
+    // After shutDown() returns at once, and the task is not run.
+    void performAndWait(const std::function<void()>& task) override;
+
+    // On the main thread, when its loop is not to run again: what has not begun is dropped, and
+    // whoever waits for it goes on.
+    void shutDown();
+
+private:
+    struct Task {
+        std::function<void()> run;
+        bool done = false; // guarded by mutex_; also set when it was dropped
+    };
+
+    void enqueue(std::shared_ptr<Task> task);
+    void runNext();
+
+    const std::thread::id thread_;
+    QObject receiver_;
+    std::mutex mutex_;
+    std::condition_variable done_;
+    std::deque<std::shared_ptr<Task>> tasks_; // guarded by mutex_
+    bool shutDown_ = false; // guarded by mutex_
+};
+
+}

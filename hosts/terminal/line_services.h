@@ -1,0 +1,53 @@
+#pragma once
+
+#include "platform/notifications.h"
+#include "platform/window_system.h"
+
+namespace vossel {
+
+class LineOutput;
+
+// Notifications as events "notification". A script cannot click on one: the delegate is never
+// called. Any thread.
+class LineNotifications final : public NotificationCentre {
+public:
+    explicit LineNotifications(LineOutput& output)
+        : output_(output)
+    {
+    }
+
+    void setDelegate(NotificationCentreDelegate*) override { }
+    void deliver(const UserNotification& notification) override;
+    void removeDelivered(const std::string&) override { }
+
+private:
+    LineOutput& output_;
+};
+
+// Notices as events "notice"; nobody dismisses one, so none is waited for. Any thread.
+class LineNotices final : public Notices {
+public:
+    explicit LineNotices(LineOutput& output)
+        : output_(output)
+    {
+    }
+
+    void display(const Notice& notice) override;
+    void displayAndWait(const Notice& notice) override { display(notice); }
+
+private:
+    LineOutput& output_;
+};
+
+// No windows, no keyboard. Texts are measured as on a terminal: every character is as wide as every
+// other.
+class LineWindows final : public WindowSystem {
+public:
+    [[nodiscard]] bool commandKeyHeld() const override { return false; }
+    [[nodiscard]] double textWidth(std::string_view text, float fontSize) const override;
+    void activateApplication() override { }
+    void deactivateApplication() override { }
+    void hideApplication() override { }
+};
+
+}

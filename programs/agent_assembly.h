@@ -1,0 +1,89 @@
+#pragma once
+
+#include "agent/driver_link.h"
+#include "agent/filter_status.h"
+#include "hosts/desktop/linux_workspace.h"
+#include "hosts/desktop/polkit_authenticator.h"
+#include "hosts/desktop/qt_main_thread.h"
+#include "hosts/desktop/qt_timers.h"
+#include "hosts/linux/accounts.h"
+#include "hosts/linux/clock.h"
+#include "hosts/linux/code_signing.h"
+#include "hosts/linux/driver_service.h"
+#include "hosts/linux/installers.h"
+#include "hosts/linux/package_identity.h"
+#include "hosts/linux/process_control.h"
+#include "hosts/linux/processes.h"
+#include "hosts/linux/session.h"
+#include "hosts/linux/thread_launcher.h"
+#include "hosts/linux/volumes.h"
+#include "hosts/terminal/line_output.h"
+#include "hosts/terminal/line_reader.h"
+#include "hosts/terminal/line_services.h"
+#include "hosts/terminal/prompt_lines.h"
+#include "platform/host.h"
+#include "prompting/permissions_manager.h"
+#include "settings/directories.h"
+#include "ui/prompt/prompt_windows.h"
+#include "user/user_checks.h"
+
+#include <string_view>
+
+namespace vossel {
+
+// The agent of one user on this machine, its prompts answered by a script: every service and every
+// part, tied together. Made and run on the main thread, once in a process. What is declared later
+// uses what is declared earlier.
+class AgentAssembly {
+public:
+    // Events go to `output`, commands come from `input`; both stay open. `prefix` moves the files.
+    AgentAssembly(std::string_view prefix, int input, int output);
+    AgentAssembly(const AgentAssembly&) = delete;
+    AgentAssembly& operator=(const AgentAssembly&) = delete;
+
+    // Serves the driver until SIGTERM or SIGINT comes or there is nothing left to serve. Returns
+    // the process's exit status; does not return, but leaves the process with it, where a thread
+    // still hangs in a call of the system's after a few seconds.
+    int run();
+
+private:
+    [[nodiscard]] bool start();
+    void serve();
+    void endService();
+    [[nodiscard]] bool endThreads();
+
+    const Directories directories_;
+    LineOutput output_;
+
+    LinuxClock clock_;
+    QtMainThread mainThread_;
+    QtTimers timers_;
+    LinuxDriverService driver_;
+    LinuxSession session_;
+    LinuxAccounts accounts_;
+    LinuxProcesses processes_;
+    LinuxInstallers installers_;
+    LinuxVolumes volumes_;
+    PackageIdentity packages_;
+    LinuxCodeSigning codeSigning_;
+    PolkitAuthenticator authenticator_;
+    LineNotifications notifications_;
+    LineNotices notices_;
+    LineWindows windows_;
+    LinuxWorkspace workspace_;
+    LinuxThreadLauncher signalThreads_; // apart, for it ends with processControl_ only
+    LinuxProcessControl processControl_;
+    LinuxThreadLauncher threads_;
+    const Host host_;
+
+    const UserChecks userChecks_;
+    FilterStatus filterStatus_;
+    PromptLines lines_;
+    PermissionsManager manager_;
+    PromptWindows prompts_;
+    DriverLink link_;
+    LineReader reader_;
+    bool asked_ = false; // to end
+};
+
+}

@@ -1,0 +1,85 @@
+#include "foundation/log.h"
+#include "hosts/desktop/termination_signals.h"
+#include "hosts/linux/process_control.h"
+#include "programs/agent_assembly.h"
+
+#include <CLI/CLI.hpp>
+#include <QCoreApplication>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+constexpr int exitRefused = 2;
+
+int refuse(const std::string& sentence)
+{
+    std::fprintf(stderr, "VosselUserAgent: %s\n", sentence.c_str());
+    return exitRefused;
+}
+
+// A descriptor that is missing would be given to the first file or socket that is opened.
+void fillStandardDescriptors()
+{
+    int fd = 0;
+    do
+        fd = ::open("/dev/null", O_RDWR);
+    while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd >= 0)
+        ::close(fd);
+}
+
+void logToStandardError(std::string_view line)
+{
+    std::fprintf(stderr, "VosselUserAgent: %.*s\n", static_cast<int>(line.size()), line.data());
+}
+
+int run(int argc, char** argv)
+{
+    std::string prompt;
+    std::string prefix;
+    bool log = false;
+    CLI::App app("Asks the user about accesses that no rule decides.", "VosselUserAgent");
+    app.set_version_flag("--version", VOSSEL_VERSION);
+    app.add_option("--prompt", prompt, "How to ask: lines (JSON events out, commands in)");
+    app.add_option("--prefix", prefix, "Folder below which the product's files lie")
+        ->envname("VOSSEL_PREFIX");
+    app.add_flag("--log", log, "Write diagnostics to standard error");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        // Help and version arrive here as well, with status 0.
+        return error.get_exit_code() == 0 ? app.exit(error) : refuse(error.what());
+    }
+    if (prompt != "lines")
+        return refuse(prompt.empty()
+                ? "there is no way to ask anybody; say one with --prompt (there is: lines)"
+                : "there is no way to ask called \"" + prompt + "\" (there is: lines)");
+
+    if (log)
+        vossel::setLogSink(logToStandardError);
+    if (!prefix.empty())
+        prefix = std::filesystem::absolute(prefix).lexically_normal();
+    const QCoreApplication application(argc, argv);
+    return vossel::AgentAssembly(prefix, STDIN_FILENO, STDOUT_FILENO).run();
+}
+
+}
+
+int main(int argc, char** argv)
+{
+    fillStandardDescriptors();
+    vossel::LinuxProcessControl::blockHangUp();
+    vossel::TerminationSignals::block();
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        return refuse(error.what());
+    }
+}
