@@ -255,22 +255,28 @@ LinuxDriverConnection::Taken LinuxDriverConnection::take(int port, std::vector<s
     }
 }
 
+// To be asked after the port's end was seen: the change may have begun, or even been completed, in
+// between.
+bool LinuxDriverConnection::isBeingReplaced(const std::shared_ptr<UniqueFd>& port)
+{
+    const std::lock_guard guard(portLock_);
+    return portChanging_ || port_ != port;
+}
+
 bool LinuxDriverConnection::receive(std::vector<std::byte>& message)
 {
     bool hungUp = false;
     while (!closed_) {
         std::shared_ptr<UniqueFd> port;
-        bool changing = false;
         {
             const std::lock_guard guard(portLock_);
             port = port_;
-            changing = portChanging_;
         }
         const Taken taken = port ? take(port->get(), message) : Taken::Nothing;
         if (taken == Taken::Message)
             return true;
         // Asked after the port: all that the driver sent before it hung up has been taken by now.
-        if (hungUp || (taken == Taken::End && !changing))
+        if (hungUp || (taken == Taken::End && !isBeingReplaced(port)))
             break;
         const int watched = port && taken != Taken::End ? port->get() : -1;
         std::array<pollfd, 3> waiting = {{{watched, POLLIN | POLLRDHUP, 0},

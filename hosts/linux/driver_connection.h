@@ -43,6 +43,7 @@ private:
     [[nodiscard]] bool receiveReplyLocked(Exchange& exchange, Clock::Instant deadline);
     [[nodiscard]] bool waitFor(short events, Clock::Instant deadline) const;
     void beginPortChange();
+    [[nodiscard]] bool isBeingReplaced(const std::shared_ptr<UniqueFd>& port);
     void endPortChange(bool changed, std::shared_ptr<UniqueFd> replacement);
     [[nodiscard]] static Taken take(int port, std::vector<std::byte>& message);
 

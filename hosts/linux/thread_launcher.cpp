@@ -103,8 +103,12 @@ void* LinuxThreadLauncher::run(void* argument)
 {
     std::unique_ptr<Start> start(static_cast<Start*>(argument));
     LinuxThreadLauncher& launcher = start->launcher;
+    std::string name; // a system call less for a thread that stays what it is
     while (start) {
-        ::pthread_setname_np(::pthread_self(), start->name.c_str());
+        if (name != start->name) {
+            name = start->name;
+            ::pthread_setname_np(::pthread_self(), name.c_str());
+        }
         runLogged(start->name, start->entry);
         start.reset(); // what the entry held is given back before the thread counts as ended
         start = launcher.park();
@@ -115,34 +119,37 @@ void* LinuxThreadLauncher::run(void* argument)
 
 bool LinuxThreadLauncher::handToParked(std::unique_ptr<Start>& start)
 {
-    const std::lock_guard guard(lock_);
-    if (parked_.empty())
-        return false;
-    Parked* const thread = parked_.back();
-    parked_.pop_back();
-    thread->next = std::move(start);
-    thread->woken.notify_one();
+    std::shared_ptr<Parked> thread;
+    {
+        const std::lock_guard guard(lock_);
+        if (parked_.empty())
+            return false;
+        thread = std::move(parked_.back());
+        parked_.pop_back();
+        thread->next = std::move(start);
+    }
+    thread->woken.notify_one(); // without the lock, or the woken thread would only wait for it
     return true;
 }
 
 // The next piece of work, or none when the thread is to end.
 std::unique_ptr<LinuxThreadLauncher::Start> LinuxThreadLauncher::park()
 {
+    const auto self = std::make_shared<Parked>();
     std::unique_lock lock(lock_);
     if (joining_ || parked_.size() >= mostParked)
         return nullptr;
-    Parked self;
-    parked_.push_back(&self);
-    self.woken.wait_for(lock, parkedTime, [&] { return self.next || joining_; });
-    if (!self.next)
-        std::erase(parked_, &self);
-    return std::move(self.next);
+    parked_.push_back(self);
+    self->woken.wait_for(lock, parkedTime, [&] { return self->next || joining_; });
+    if (!self->next)
+        std::erase(parked_, self);
+    return std::move(self->next);
 }
 
 void LinuxThreadLauncher::beginJoiningLocked()
 {
     joining_ = true;
-    for (Parked* const thread : parked_)
+    for (const auto& thread : parked_)
         thread->woken.notify_one();
 }
 

@@ -45,7 +45,8 @@ private:
     std::mutex lock_;
     std::condition_variable allEnded_;
     std::size_t running_ = 0; // guarded by lock_; those that are parked included
-    std::vector<Parked*> parked_; // guarded by lock_; the one that came last is the warmest
+    // Guarded by lock_; the one that came last is the warmest.
+    std::vector<std::shared_ptr<Parked>> parked_;
     bool joining_ = false; // guarded by lock_: nobody parks now
     bool hasLast_ = false; // guarded by lock_
     pthread_t last_ = {}; // guarded by lock_: ended last and still to be joined
