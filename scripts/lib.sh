@@ -1,0 +1,54 @@
+# Shared by the scripts of this folder; sourced, with the project's folder as the working directory.
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+# What running and building the programs needs, and what checking them needs beside that.
+run_packages=(g++ cmake ninja-build pkg-config python3 util-linux
+  libplist-dev libicu-dev libsystemd-dev libssl-dev nlohmann-json3-dev libcli11-dev qt6-base-dev)
+check_packages=(clang clang-format clang-tidy libclang-rt-14-dev llvm ccache
+  libgtest-dev libgmock-dev libbenchmark-dev)
+
+say() { printf '\n== %s\n' "$*"; }
+
+# need PACKAGE...: installs what is missing, or says how and stops.
+need() {
+  local package missing=()
+  for package in "$@"; do
+    [[ $(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null) == installed ]] \
+      || missing+=("$package")
+  done
+  ((${#missing[@]})) || return 0
+  local as_root=(env)
+  if ((EUID != 0)); then
+    if ! sudo -n true 2>/dev/null; then
+      printf 'Missing packages. Install them with:\n  sudo apt-get install --no-install-recommends %s\n' \
+        "${missing[*]}" >&2
+      exit 1
+    fi
+    as_root=(sudo -n env)
+  fi
+  say "Installing ${missing[*]}"
+  "${as_root[@]}" apt-get -q update
+  "${as_root[@]}" DEBIAN_FRONTEND=noninteractive \
+    apt-get -q install -y --no-install-recommends "${missing[@]}"
+}
+
+# configure PRESET [OPTION...]
+configure() {
+  local preset=$1
+  shift
+  local launcher=()
+  command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+  cmake --preset "$preset" "${launcher[@]}" "$@" >"build/$preset.log" 2>&1 \
+    || { cat "build/$preset.log" >&2; return 1; }
+}
+
+# Runs a command without address randomisation where the system lets one: the sanitizers of this
+# compiler's age collide with a mapping now and then.
+fixed_addresses() {
+  if setarch -R true 2>/dev/null; then setarch -R "$@"; else "$@"; fi
+}
+
+sources() {
+  find src hosts driver programs tests bench \( -name '*.h' -o -name '*.cpp' \) -type f | sort
+}
