@@ -29,6 +29,7 @@ struct Access {
     Program program;
     Program parent;
     std::vector<Program> ancestors; // above the parent; filled when some decision looks at them
+    uid_t realUser = static_cast<uid_t>(-1); // of the process
 };
 
 // Whether both are the same program; `sameVersion` asks for the very same file, unchanged.

@@ -14,7 +14,8 @@ struct BlockedCall {
 };
 
 // `text` is the content of /proc/TID/syscall (proc(5)), of a thread with this machine's own calling
-// convention; anything that is not understood is taken as unknown.
+// convention; anything that is not understood is taken as unknown. That holds for the opening calls
+// of 32-bit programs too: none of their numbers opens a file in 64 bits.
 [[nodiscard]] BlockedCall parseBlockedCall(std::string_view text);
 
 // Reads it; `procFolder` is "/proc" in earnest.

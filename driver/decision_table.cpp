@@ -15,7 +15,8 @@ bool hasSameScope(const HeldDecision& a, const HeldDecision& b)
 {
     return a.operations == b.operations && a.pathType == b.pathType && a.path == b.path
         && a.fileId == b.fileId && a.scope == b.scope && a.sameVersion == b.sameVersion
-        && a.program == b.program && a.parent == b.parent && a.ancestor == b.ancestor;
+        && a.program == b.program && a.parent == b.parent && a.ancestor == b.ancestor
+        && a.onlyUser == b.onlyUser;
 }
 
 }

@@ -1,6 +1,7 @@
 #include "driver/driver_socket.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -8,6 +9,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <string_view>
 
 namespace vossel {
 
@@ -23,11 +25,36 @@ Failure failure(const std::string& what, const std::string& path, int error)
     return Failure{"Cannot " + what + " " + path + ": " + errorText(error)};
 }
 
-// Makes room at `path`, or says who is there.
+bool store(sockaddr_un& address, std::string_view path)
+{
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path)
+        return false;
+    std::memcpy(address.sun_path, path.data(), path.size());
+    return true;
+}
+
+// The address of `path`. One holds no long path: then it names the folder by `folder`, which is
+// kept open while the address is used.
+Result<sockaddr_un> addressOf(const std::filesystem::path& path, UniqueFd& folder)
+{
+    sockaddr_un address = {};
+    if (store(address, path.native()))
+        return address;
+    folder.reset(::open(path.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!folder)
+        return failure("listen at", path.native(), errno);
+    const std::string detour = "/proc/self/fd/" + std::to_string(folder.get()) + '/';
+    if (!store(address, detour + path.filename().native()))
+        return failure("listen at", path.native(), ENAMETOOLONG);
+    return address;
+}
+
+// Makes room at `path`, which `address` leads to, or says who is there.
 Result<bool> clear(const std::string& path, const sockaddr_un& address)
 {
     struct stat file = {};
-    if (::lstat(path.c_str(), &file) != 0)
+    if (::lstat(address.sun_path, &file) != 0)
         return true;
     if (!S_ISSOCK(file.st_mode))
         return Failure{"Cannot listen at " + path + ": something else lies there"};
@@ -35,7 +62,7 @@ Result<bool> clear(const std::string& path, const sockaddr_un& address)
     if (::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0
         || errno != ECONNREFUSED)
         return Failure{"Cannot listen at " + path + ": another driver answers there"};
-    if (::unlink(path.c_str()) != 0)
+    if (::unlink(address.sun_path) != 0)
         return failure("replace", path, errno);
     return true;
 }
@@ -44,22 +71,21 @@ Result<bool> clear(const std::string& path, const sockaddr_un& address)
 
 Result<UniqueFd> listenAt(const std::string& path)
 {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path)
-        return failure("listen at", path, ENAMETOOLONG);
-    std::memcpy(address.sun_path, path.data(), path.size());
-
     std::error_code error;
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
     if (error)
         return failure("create the folder of", path, error.value());
+    UniqueFd folder;
+    const Result<sockaddr_un> found = addressOf(path, folder);
+    if (!found)
+        return Failure{found.reason()};
+    const sockaddr_un& address = *found;
     if (Result<bool> cleared = clear(path, address); !cleared)
         return Failure{cleared.reason()};
     UniqueFd listener = packetSocket();
     if (!listener
         || ::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0
-        || ::chmod(path.c_str(), 0666) != 0 || ::listen(listener.get(), SOMAXCONN) != 0)
+        || ::chmod(address.sun_path, 0666) != 0 || ::listen(listener.get(), SOMAXCONN) != 0)
         return failure("listen at", path, errno);
     return listener;
 }

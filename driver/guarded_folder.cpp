@@ -1,5 +1,7 @@
 #include "driver/guarded_folder.h"
 
+#include "hosts/linux/mount_table.h"
+
 #include <climits>
 
 #include <errno.h>
@@ -47,6 +49,27 @@ UniqueFd openHandle(int folder, const std::string& handle, int flags)
     return UniqueFd(::open_by_handle_at(folder, record.get(), flags | O_CLOEXEC));
 }
 
+Failure liesOnRoot(const std::string& path)
+{
+    return Failure{"Cannot watch " + path
+        + ": it lies on the root file system, and stopping that would stop the machine"};
+}
+
+}
+
+Result<bool> isApartFromRoot(const SystemRoot& root, const std::string& path)
+{
+    const std::vector<Mount> mounts = readMounts(root);
+    const Mount* top = mountOf(mounts, "/");
+    const Mount* own = mountOf(mounts, path);
+    if (!top || !own)
+        return Failure{"Cannot watch " + path + ": the mount table does not tell what lies there"};
+    // A subvolume has a device number of its own, but guarding it guards all of its file system.
+    const bool sameNumber = own->major == top->major && own->minor == top->minor;
+    const bool sameDevice = own->source.starts_with('/') && own->source == top->source;
+    if (sameNumber || sameDevice)
+        return liesOnRoot(path);
+    return true;
 }
 
 std::string fileHandle(int fd)
@@ -95,11 +118,12 @@ Result<GuardedFolder> GuardedFolder::open(const std::string& path)
     folder.device_ = ::makedev(facts.stx_dev_major, facts.stx_dev_minor);
     folder.mount_ = facts.stx_mnt_id;
     if (folder.device_ == root.st_dev)
-        return Failure{"Cannot watch " + path
-            + ": it lies on the root file system, and stopping that would stop the machine"};
+        return liesOnRoot(path);
     if ((facts.stx_attributes & STATX_ATTR_MOUNT_ROOT) == 0)
         return Failure{"Cannot watch " + path
             + ": it is not a mount point, and its whole file system would be stopped with it"};
+    if (Result<bool> apart = isApartFromRoot(SystemRoot(), folder.path_); !apart)
+        return Failure{apart.reason()};
     return folder;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/files.h"
+#include "hosts/linux/system_root.h"
 
 #include <sys/types.h>
 
@@ -52,6 +53,11 @@ private:
 
 // A file's handle: its type and bytes, as name_to_handle_at(2) gives them. Empty where refused.
 [[nodiscard]] std::string fileHandle(int fd);
+
+// Whether the file system mounted at `path`, which is absolute and without links, may be guarded as
+// far as the mount table below `root` tells: not when it is the root file system, whose device
+// numbers need not be the same in every part of it, and not when that cannot be told.
+[[nodiscard]] Result<bool> isApartFromRoot(const SystemRoot& root, const std::string& path);
 
 // Path, identity and kind by descriptor alone; `mount` is set to where it was opened.
 [[nodiscard]] std::optional<OpenedFile> examineOpened(int fd, std::uint64_t& mount);

@@ -110,7 +110,8 @@ std::optional<HeldDecision> heldDecision(
 
 bool covers(const HeldDecision& decision, const Access& access)
 {
-    return coversFile(decision, access) && coversProgram(decision, access);
+    return (!decision.onlyUser || *decision.onlyUser == access.realUser)
+        && coversFile(decision, access) && coversProgram(decision, access);
 }
 
 }

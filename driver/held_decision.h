@@ -20,16 +20,18 @@ struct HeldDecision {
     Program program; // that the answer was given for, and its parent
     Program parent;
     std::string ancestor; // with PROCESS_ANY_WITH_ANCESTOR
+    std::optional<uid_t> onlyUser; // whose processes alone it is about
     std::function<bool()> holds; // whether it still does; empty: while the driver lives
 };
 
 // What an answer says beyond the access it was given for; nothing where it holds once only, or
 // names a scope that does not exist. `fileId` is the asked file's, known whether or not it has
-// several names. `holds` is not set.
+// several names. `onlyUser` and `holds` are not set.
 [[nodiscard]] std::optional<HeldDecision> heldDecision(
     const user_prompt_response& response, const Access& asked, const std::string& fileId);
 
-// Whether the decision is about this file and this program. Says nothing of operations and time.
+// Whether the decision is about this file, this program and this user. Says nothing of operations
+// and time.
 [[nodiscard]] bool covers(const HeldDecision& decision, const Access& access);
 
 }

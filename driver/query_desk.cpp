@@ -12,13 +12,15 @@ namespace {
 constexpr int mostRepetitions = 3;
 constexpr auto lookForTheDead = std::chrono::seconds(1);
 
-// Questions with the same key get the same answer.
+// Questions with the same key get the same answer. Never two processes': what is allowed once is
+// allowed to the one that the person was told of.
 std::string keyOf(const Question& question, std::int32_t operation)
 {
     const Program& program = question.access.program;
     std::string key = program.path;
-    for (const std::uint64_t part : {std::uint64_t(operation), std::uint64_t(question.realUser),
-             program.device, program.inode, std::uint64_t(program.native)})
+    for (const std::uint64_t part : {std::uint64_t(operation), std::uint64_t(question.process),
+             question.startTime, std::uint64_t(question.access.realUser), program.device,
+             program.inode, std::uint64_t(program.native)})
         key += '\0' + std::to_string(part);
     return key + '\0' + question.access.path;
 }
@@ -28,13 +30,14 @@ std::string keyOf(const Question& question, std::int32_t operation)
 QueryDesk::QueryDesk(SessionServer& server, const Settings& settings)
     : server_(server)
     , settings_(settings)
+    , places_(settings.mostWaiting)
 {
 }
 
 UserClient* QueryDesk::agentFor(const Question& question) const
 {
     return chooseAgent(server_, [&](const UserClient& client) {
-        return agentRank(client.uid, question.realUser, settings_.configuredUser);
+        return agentRank(client.uid, question.access.realUser, settings_.configuredUser);
     });
 }
 
@@ -61,12 +64,16 @@ void QueryDesk::ask(Question question, Waiter waiter, Clock::time_point now)
         return;
     }
     UserClient* agent = agentFor(question);
-    if (!agent || waiting_ >= settings_.mostWaiting || agent->pid == question.process) {
+    if (!agent || agent->pid == question.process) {
         // An agent never waits for itself.
-        waiter.answer(settings_.allowByDefault || (agent && agent->pid == question.process));
+        waiter.answer(agent || settings_.allowByDefault);
         return;
     }
-    ++waiting_;
+    const WaitingPlaces::Room room = places_.take(question.access.realUser);
+    if (room != WaitingPlaces::Room::Free) {
+        waiter.answer(room == WaitingPlaces::Room::Full && settings_.allowByDefault);
+        return;
+    }
     const std::int32_t operation = principalOperation(verdict.undecided);
     std::string key = keyOf(question, operation);
     if (const auto equal = byKey_.find(key); equal != byKey_.end()) {
@@ -124,7 +131,8 @@ bool QueryDesk::dropDead(Query& query)
 {
     const auto dead = std::stable_partition(query.waiters.begin(), query.waiters.end(),
         [](const Waiter& waiter) { return waiter.isAlive(); });
-    waiting_ -= static_cast<std::size_t>(query.waiters.end() - dead);
+    places_.leave(
+        query.question.access.realUser, static_cast<std::size_t>(query.waiters.end() - dead));
     query.waiters.erase(dead, query.waiters.end());
     return query.waiters.empty();
 }
@@ -155,7 +163,7 @@ void QueryDesk::finish(Queries::iterator query, bool allow)
     if (query->agent != 0)
         byAgent_.erase(query->agent);
     byKey_.erase(query->key);
-    waiting_ -= query->waiters.size();
+    places_.leave(query->question.access.realUser, query->waiters.size());
     const Queries::iterator next = std::next(query);
     Queries finished;
     finished.splice(finished.begin(), queries_, query, next);
@@ -183,16 +191,17 @@ std::int32_t QueryDesk::deliverResponse(
     if (found == byAgent_.end() || !found->second->sent
         || found->second->token != response.security_token)
         return CALL_NO_QUERY;
-    apply(found->second, response);
+    apply(found->second, client, response);
     dispatch(Clock::now());
     return CALL_DONE;
 }
 
-void QueryDesk::apply(Queries::iterator query, const user_prompt_response& response)
+void QueryDesk::apply(
+    Queries::iterator query, const UserClient& client, const user_prompt_response& response)
 {
     switch (response.code) {
     case RESPONSE_DECIDED:
-        remember(query->question, response);
+        remember(query->question, client, response);
         finish(query, response.decision == DECISION_ALLOW);
         judgeWaiting();
         break;
@@ -214,11 +223,15 @@ void QueryDesk::apply(Queries::iterator query, const user_prompt_response& respo
     }
 }
 
-void QueryDesk::remember(const Question& question, const user_prompt_response& response)
+void QueryDesk::remember(
+    const Question& question, const UserClient& client, const user_prompt_response& response)
 {
     std::optional<HeldDecision> decision = heldDecision(response, question.access, question.fileId);
     if (!decision)
         return;
+    // Whoever is asked about nothing but their own processes decides about nothing else.
+    if (!mayControl(client))
+        decision->onlyUser = client.uid;
     if (response.duration == DURATION_UNTIL_QUIT) {
         decision->holds = whileProcessLives(question.process, question.startTime);
         if (!decision->holds())

@@ -3,6 +3,7 @@
 #include "driver/agent_policy.h"
 #include "driver/decision_table.h"
 #include "driver/question.h"
+#include "driver/waiting_places.h"
 
 #include <chrono>
 #include <list>
@@ -22,7 +23,7 @@ public:
         bool allowByDefault = true; // where nobody can be asked, or nobody answered
         std::optional<uid_t> configuredUser;
         Clock::duration answerLimit = std::chrono::seconds(65); // the agent's own is 60
-        std::size_t mostWaiting = 4096; // beyond: the default
+        std::size_t mostWaiting = 4096; // beyond: the default; see WaitingPlaces for a user's part
     };
 
     QueryDesk(SessionServer& server, const Settings& settings);
@@ -71,8 +72,10 @@ private:
     void send(Query& query, UserClient& agent);
     void finish(Queries::iterator query, bool allow);
     void finishAll(bool allow);
-    void apply(Queries::iterator query, const user_prompt_response& response);
-    void remember(const Question& question, const user_prompt_response& response);
+    void apply(
+        Queries::iterator query, const UserClient& client, const user_prompt_response& response);
+    void remember(
+        const Question& question, const UserClient& client, const user_prompt_response& response);
     void judgeWaiting();
 
     SessionServer& server_;
@@ -81,7 +84,7 @@ private:
     Queries queries_; // in the order in which they are asked
     std::unordered_map<std::string, Queries::iterator> byKey_;
     std::unordered_map<std::uint64_t, Queries::iterator> byAgent_;
-    std::size_t waiting_ = 0;
+    WaitingPlaces places_;
     std::uint32_t lastToken_ = 0;
     bool agentsChanged_ = false; // since every query was last seen to have one
     Clock::time_point nextLook_ = Clock::time_point::min();

@@ -15,7 +15,6 @@ struct Question {
     std::int32_t process = 0;
     std::int32_t parentProcess = 0;
     std::uint64_t startTime = 0; // of the process
-    uid_t realUser = 0;
     ProgramIdentity identity;
 };
 

@@ -87,8 +87,10 @@ void Replay::sendDue(Clock::time_point now)
 }
 
 std::int32_t Replay::deliverResponse(
-    UserClient&, const user_prompt_response& response, bool keyMatches)
+    UserClient& client, const user_prompt_response& response, bool keyMatches)
 {
+    if (client.number != agent_)
+        return CALL_NO_QUERY; // it was sent none, whatever it says
     const Clock::time_point now = Clock::now();
     ReplayedAnswer answer;
     answer.response = response;

@@ -33,13 +33,13 @@ Watch::Held::Held(Watch& owner, FileGuard::Event accessEvent)
     : watch(owner)
     , event(std::move(accessEvent))
 {
-    ++watch.held_;
 }
 
 Watch::Held::~Held()
 {
     answer(watch.settings_.allowByDefault);
-    --watch.held_;
+    if (place)
+        watch.places_.leave(*place);
 }
 
 void Watch::Held::answer(bool allow)
@@ -52,7 +52,7 @@ void Watch::Held::answer(bool allow)
         // Whoever is killed between start and opening leaves an entry behind.
         if (watch.allowedStarts_.size() >= mostAllowedStarts)
             watch.allowedStarts_.clear();
-        watch.allowedStarts_.insert({event.thread, handle});
+        watch.allowedStarts_[event.thread] = handle;
     }
     if (creation && !allow)
         watch.removeLeftover(*this);
@@ -63,6 +63,7 @@ Watch::Watch(EventLoop& loop, Worker& worker, QueryDesk& desk, const Settings& s
     , worker_(worker)
     , desk_(desk)
     , settings_(settings)
+    , places_(settings.mostHeld)
 {
 }
 
@@ -138,8 +139,14 @@ void Watch::take(FileGuard::Event event)
         return;
     }
     const std::optional<ThreadFacts> facts = readThreadFacts(procFolder, thread);
-    if (!file || !facts || held_ > settings_.mostHeld)
+    if (!file || !facts)
         return; // the default
+    const WaitingPlaces::Room room = places_.take(facts->realUser);
+    if (room == WaitingPlaces::Room::UserFull)
+        held->answer(false);
+    if (room != WaitingPlaces::Room::Free)
+        return; // the default
+    held->place = facts->realUser;
     held->handle = fileHandle(held->event.file.get());
     if (const GuardedFolder* folder = folderOf(*file))
         folder->resolve(*file, mount, held->handle);
@@ -151,14 +158,30 @@ void Watch::take(FileGuard::Event event)
         question(held, operations, *facts);
 }
 
+// Whether this is the opening that follows an allowed start; an entry serves a thread's next event
+// alone.
+bool Watch::takeAllowedStart(const Held& held)
+{
+    const auto start = allowedStarts_.find(held.event.thread);
+    if (start == allowedStarts_.end())
+        return false;
+    const bool same = start->second == held.handle;
+    allowedStarts_.erase(start);
+    return same;
+}
+
 // A set of Operation; empty when the answer to the program start covers this.
 std::int32_t Watch::operationsOf(Held& held)
 {
     if (held.event.execute)
         return OPERATION_EXECUTE;
+    const bool started = takeAllowedStart(held);
     const BlockedCall call = readBlockedCall(procFolder, held.event.thread);
+    // A start by a call of another convention (32 bits) is not recognised by its number.
+    if (started && (call.operations == OPERATION_EXECUTE || !call.known))
+        return 0;
     if (call.operations == OPERATION_EXECUTE)
-        return allowedStarts_.erase({held.event.thread, held.handle}) > 0 ? 0 : OPERATION_EXECUTE;
+        return OPERATION_EXECUTE;
     if (creations_ && !held.handle.empty())
         held.creation = creations_->take(held.event.thread, held.handle);
     // A file without a name was made by this call, which nobody reports.
@@ -180,7 +203,7 @@ void Watch::question(std::shared_ptr<Held> held, std::int32_t operations, const 
     question.process = facts.process;
     question.parentProcess = facts.parent;
     question.startTime = readStartTime(procFolder, facts.process);
-    question.realUser = facts.realUser;
+    question.access.realUser = facts.realUser;
 
     Waiter waiter;
     waiter.answer = [held](bool allow) { held->answer(allow); };

@@ -6,10 +6,10 @@
 #include "driver/proc_file.h"
 #include "driver/program_registry.h"
 #include "driver/query_desk.h"
+#include "driver/waiting_places.h"
 
+#include <map>
 #include <memory>
-#include <set>
-#include <utility>
 
 namespace vossel {
 
@@ -21,7 +21,8 @@ public:
     struct Settings {
         std::vector<std::string> folders;
         bool allowByDefault = true;
-        std::size_t mostHeld = 4096; // blocked accesses at a time; beyond: the default
+        // Blocked accesses at a time; beyond: the default. See WaitingPlaces for a user's part.
+        std::size_t mostHeld = 4096;
     };
 
     // All must outlive this.
@@ -51,13 +52,14 @@ private:
         OpenedFile file;
         std::string handle;
         std::optional<CreationNotes::Creation> creation;
+        std::optional<uid_t> place; // whose place it takes
         bool answered = false;
     };
 
     void readEvents();
     void take(FileGuard::Event event);
     [[nodiscard]] std::int32_t operationsOf(Held& held);
-    [[nodiscard]] bool isDecidedWithExec(const Held& held, const BlockedCall& call);
+    [[nodiscard]] bool takeAllowedStart(const Held& held);
     [[nodiscard]] const GuardedFolder* folderOf(const OpenedFile& file) const;
     void question(std::shared_ptr<Held> held, std::int32_t operations, const ThreadFacts& facts);
     void removeLeftover(const Held& held);
@@ -70,10 +72,10 @@ private:
     std::optional<CreationNotes> creations_;
     std::optional<FileGuard> guard_;
     std::optional<ProgramRegistry> programs_;
-    // Program starts that were allowed, by thread and file: the kernel asks about the opening of
+    // The file of a program start that was allowed, by thread: the kernel asks about the opening of
     // the same file next.
-    std::set<std::pair<std::int32_t, std::string>> allowedStarts_;
-    std::size_t held_ = 0;
+    std::map<std::int32_t, std::string> allowedStarts_;
+    WaitingPlaces places_;
 };
 
 }

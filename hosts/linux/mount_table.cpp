@@ -46,7 +46,8 @@ std::vector<Mount> readMounts(const SystemRoot& root)
         return mounts;
     std::istringstream lines(*table);
     for (std::string line; std::getline(lines, line);) {
-        // "36 35 98:0 /mnt1 /mnt2 rw ...": number, parent, device, root, mount point.
+        // "36 35 98:0 /mnt1 /mnt2 rw shared:1 - ext4 /dev/sda1 rw": number, parent, device, root,
+        // mount point, options, any number of further words, "-", kind, source.
         std::istringstream fields(line);
         std::string skipped;
         std::string mountPoint;
@@ -56,6 +57,9 @@ std::vector<Mount> readMounts(const SystemRoot& root)
                 >> mountPoint
             && colon == ':') {
             mount.mountPoint = unescaped(mountPoint);
+            while (fields >> skipped && skipped != "-") { }
+            if (std::string source; fields >> skipped >> source)
+                mount.source = unescaped(source);
             mounts.push_back(std::move(mount));
         }
     }

@@ -13,6 +13,7 @@ struct Mount {
     unsigned major = 0;
     unsigned minor = 0;
     std::string mountPoint; // without a trailing "/", but for "/"
+    std::string source; // what was mounted: a device's path, or whatever the mounter called it
 
     bool operator==(const Mount&) const = default;
 };

@@ -114,6 +114,30 @@ TEST(Decision, CoversProgramsByItsScope)
     }
 }
 
+TEST(Decision, OfAUserAboutTheirOwnCoversNobodyElses)
+{
+    user_prompt_response any = response(PATH_EXACT, "", OPERATION_READ, PROCESS_ANY, DECISION_DENY);
+    const auto of = [](std::optional<uid_t> user) {
+        Access access = accessTo("/g/a");
+        access.realUser = user.value_or(access.realUser);
+        return access;
+    };
+    HeldDecision own = held(any, of(1000));
+    own.onlyUser = 1000;
+    const HeldDecision everybodys = held(any, of(1000));
+    for (const std::optional<uid_t> user : std::vector<std::optional<uid_t>>{1000, 1001, 0, {}}) {
+        EXPECT_EQ(covers(own, of(user)), user == 1000u) << user.value_or(-1);
+        EXPECT_TRUE(covers(everybodys, of(user)));
+    }
+    DecisionTable table;
+    table.add(everybodys);
+    own.allow = true;
+    table.add(own);
+    EXPECT_EQ(table.size(), 2u) << "no scope of two users is the same";
+    EXPECT_TRUE(table.judge(of(1000)).isAllow());
+    EXPECT_TRUE(table.judge(of(0)).deny);
+}
+
 TEST(Decision, FollowsUpdatesOnlyWhereTheyAreCovered)
 {
     Access updated = accessTo("/g/a");

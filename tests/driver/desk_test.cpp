@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 namespace vossel {
@@ -17,13 +18,14 @@ class Desk : public testing::Test {
 protected:
     void start(QueryDesk::Settings settings = {})
     {
-        settings.configuredUser = ::getuid();
+        if (!settings.configuredUser)
+            settings.configuredUser = ::getuid();
         desk.emplace(driver.server, settings);
         driver.listen(*desk);
     }
     // The decision lands in `outcomes` under `name`: '+' allowed, '-' denied.
     void ask(const std::string& name, const std::string& path, std::int32_t operations = 1,
-        const std::string& program = "/usr/bin/cat", pid_t process = 1)
+        const std::string& program = "/usr/bin/cat", pid_t process = 1, uid_t user = 4711)
     {
         Question question;
         question.access.path = path;
@@ -31,7 +33,7 @@ protected:
         question.access.program = {program, true, 1, std::hash<std::string>()(program), 1, ""};
         question.process = process;
         question.startTime = readStartTime("/proc", process);
-        question.realUser = 4711;
+        question.access.realUser = user;
         desk->ask(question,
             {[this, name](bool allow) { outcomes += name + (allow ? "+" : "-"); },
                 [this, name] { return dead.find(name) == std::string::npos; }},
@@ -63,6 +65,7 @@ TEST_F(Desk, AsksOneQuestionAtATimeAndSharesEqualOnes)
     ask("b", "/g/b");
     ask("w", "/g/a", OPERATION_WRITE);
     ask("o", "/g/a", OPERATION_READ, "/usr/bin/tac");
+    ask("p", "/g/a", OPERATION_READ, "/usr/bin/cat", ::getppid());
     const std::optional<policy_query> first = agent.nextQuery();
     ASSERT_TRUE(first);
     EXPECT_FALSE(agent.hasNext()) << "the next one's time must not run yet";
@@ -74,7 +77,9 @@ TEST_F(Desk, AsksOneQuestionAtATimeAndSharesEqualOnes)
     reply(agent, "/g/b", answer(DECISION_ALLOW, DURATION_ONCE, "/g/b"));
     reply(agent, "/g/a", answer(DECISION_ALLOW, DURATION_ONCE, "/g/a"));
     reply(agent, "/g/a", answer(DECISION_DENY, DURATION_ONCE, "/g/a"));
-    EXPECT_EQ(outcomes, "a-A-b+w+o-");
+    EXPECT_EQ(outcomes, "a-A-b+w+o-") << "another process of the same program was not answered";
+    reply(agent, "/g/a", answer(DECISION_ALLOW, DURATION_ONCE, "/g/a"));
+    EXPECT_EQ(outcomes, "a-A-b+w+o-p+");
     ask("c", "/g/a");
     EXPECT_TRUE(agent.nextQuery()) << "once is once";
 }
@@ -88,10 +93,11 @@ TEST_F(Desk, TriesEveryAnswerOnAllThatWait)
     ask("b", "/g/d/b");
     ask("c", "/g/c");
     ask("d", "/g/d/d", OPERATION_READ | OPERATION_WRITE);
+    ask("p", "/g/d/a", OPERATION_READ, "/usr/bin/cat", ::getppid());
     reply(agent, "/g/d/a", answer(DECISION_ALLOW, DURATION_UNTIL_RESTART, "/g/d/", PATH_PREFIX));
-    EXPECT_EQ(outcomes, "a+b+d+");
+    EXPECT_EQ(outcomes, "a+b+d+p+");
     ask("e", "/g/d/e");
-    EXPECT_EQ(outcomes, "a+b+d+e+") << "and on who comes later";
+    EXPECT_EQ(outcomes, "a+b+d+p+e+") << "and on who comes later";
     reply(agent, "/g/c", answer(DECISION_ALLOW, DURATION_ONCE, "/g/c"));
 }
 
@@ -236,16 +242,66 @@ TEST_F(Desk, LetsEverybodyGoWhileFilteringIsOff)
     EXPECT_EQ(outcomes, "a+b+c+d-") << "by the default, which denies here";
 }
 
-TEST_F(Desk, GivesTheDefaultBeyondWhatItCanHold)
+TEST_F(Desk, KeepsAUsersOwnAnswersToThatUser)
+{
+    // The agent's user is the configured one, or is asked about nothing but their own processes.
+    if (::getuid() != 0)
+        GTEST_SKIP() << "takes an agent of another user, which only root can make";
+    for (const bool own : {true, false}) {
+        SCOPED_TRACE(own);
+        outcomes.clear();
+        test::SteppingDriver socket;
+        QueryDesk::Settings settings;
+        settings.configuredUser = own ? 1234u : 4711u;
+        desk.emplace(socket.server, settings);
+        socket.listen(*desk);
+        ASSERT_EQ(::chmod(socket.folder().c_str(), 0755), 0);
+        TestAgent root = socket.agent();
+        ASSERT_EQ(::seteuid(4711), 0);
+        TestAgent user = socket.agent();
+        socket.step();
+        ASSERT_EQ(::seteuid(0), 0);
+        ASSERT_TRUE(user.ready());
+        ask("a", "/g/a");
+        user_prompt_response response = answer(DECISION_DENY, DURATION_UNTIL_RESTART, "");
+        response.process = PROCESS_ANY;
+        reply(user, "/g/a", response);
+        ASSERT_TRUE(root.ready());
+        ask("A", "/g/b", OPERATION_WRITE, "/usr/bin/tac");
+        ask("r", "/g/a", OPERATION_READ, "/usr/bin/cat", 1, 0);
+        ask("b", "/g/a", OPERATION_READ, "/usr/bin/cat", 1, 4712);
+        EXPECT_EQ(outcomes, own ? "a-A-" : "a-A-r-b-");
+        EXPECT_EQ(root.hasNext(), own);
+        desk.reset();
+    }
+}
+
+TEST_F(Desk, DeniesAUserAndGivesTheDefaultBeyondWhatItCanHold)
 {
     QueryDesk::Settings settings;
-    settings.mostWaiting = 2;
+    settings.mostWaiting = 8;
     start(settings);
     TestAgent agent = driver.agent();
     ASSERT_TRUE(agent.ready());
-    for (const char* name : {"a", "b", "c"})
-        ask(name, std::string("/g/") + name);
-    EXPECT_EQ(outcomes, "c+");
+    const auto askAs = [this](uid_t user, const std::string& names) {
+        for (const char name : names)
+            ask({name}, std::string("/g/") + name, OPERATION_READ, "/usr/bin/cat", 1, user);
+    };
+    askAs(4711, "abc");
+    EXPECT_EQ(outcomes, "c-") << "a quarter of the places for one user";
+    askAs(4712, "d");
+    askAs(0, "efghij");
+    EXPECT_EQ(outcomes, "c-j+") << "root has all that are left";
+    askAs(4713, "k");
+    askAs(4711, "l");
+    EXPECT_EQ(outcomes, "c-j+k+l-");
+    reply(agent, "/g/a", answer(DECISION_ALLOW, DURATION_ONCE, "/g/a"));
+    dead = "b";
+    later(std::chrono::seconds(2));
+    askAs(4711, "mno");
+    EXPECT_EQ(outcomes, "c-j+k+l-a+o-") << "who is answered or dead makes room";
+    desk->releaseAll();
+    EXPECT_EQ(outcomes, "c-j+k+l-a+o-d+e+f+g+h+i+m+n+");
 }
 
 TEST_F(Desk, FillsTheQueryFromWhatItKnows)

@@ -1,4 +1,5 @@
 #include "driver/blocked_call.h"
+#include "driver/guarded_folder.h"
 #include "driver/proc_file.h"
 #include "driver/process_life.h"
 #include "foundation/files.h"
@@ -61,6 +62,9 @@ TEST(BlockedCall, IsReadFromTheSystemCallsFlags)
 #endif
         {"execve", call(SYS_execve, {1, 2, 3, 0, 0, 0}), OPERATION_EXECUTE, false, true},
         {"execveat", call(SYS_execveat, {1, 2, 3, 0, 0, 0}), OPERATION_EXECUTE, false, true},
+        {"open in 32 bits", call(5, {0x7ff0, O_WRONLY, 0, 0, 0, 0}), readWrite, true, false},
+        {"execve in 32 bits", call(11, {1, 2, 3, 0, 0, 0}), readWrite, true, false},
+        {"openat in 32 bits", call(295, {3, 0x7ff0, O_RDWR, 0, 0, 0}), readWrite, true, false},
         {"flags in memory", call(SYS_openat2, {3, 1, 2, 24, 0, 0}), readWrite, true, false},
         {"the kernel on its own behalf", "running\n", readWrite, true, false},
         {"outside of any call", "-1 0x7ffd 0x7f1d\n", readWrite, true, false},
@@ -96,6 +100,43 @@ TEST(ProcFile, ReadsAThreadWhateverItCallsItself)
         ASSERT_TRUE(writeFile(proc / "7/stat", broken));
         EXPECT_EQ(readStartTime(proc.path(), 7), 0u) << broken;
     }
+}
+
+TEST(GuardedFolder, IsNoPartOfTheRootFileSystem)
+{
+    const struct {
+        const char* what;
+        std::string mounts;
+        bool apart;
+    } rows[] = {
+        {"another disk", "1 0 8:1 / / rw - ext4 /dev/vda1 rw\n2 1 8:2 / /g rw - ext4 /dev/vda2 rw",
+            true},
+        {"a subvolume by its number",
+            "1 0 0:21 /@ / rw shared:1 - btrfs /dev/vda2 rw\n2 1 0:21 /@g /g rw - btrfs disk rw",
+            false},
+        {"a subvolume by its device, with blanks and further words",
+            "1 0 0:21 /@ / rw shared:1 master:2 - btrfs /dev/a\\040b rw\n"
+            "2 1 0:22 /@g /g rw - btrfs /dev/a\\040b rw",
+            false},
+        {"two of the same kind without a device",
+            "1 0 0:21 / / rw - tmpfs tmpfs rw\n2 1 0:22 / /g rw - tmpfs tmpfs rw", true},
+        {"a part of the root mounted over another disk",
+            "1 0 8:1 / / rw - ext4 /dev/vda1 rw\n2 1 8:2 / /g rw - ext4 /dev/vda2 rw\n"
+            "3 2 8:1 /srv /g rw - ext4 /dev/vda1 rw",
+            false},
+        {"no mount of its own", "1 0 8:1 / / rw - ext4 /dev/vda1 rw", false},
+        {"sources cut off", "1 0 8:1 / / rw\n2 1 8:2 / /g rw -", true},
+        {"no root", "2 1 8:2 / /g rw - ext4 /dev/vda2 rw", false},
+        {"nothing", "", false},
+    };
+    const test::TemporaryDirectory root;
+    std::filesystem::create_directories(root / "proc/self");
+    for (const auto& row : rows) {
+        ASSERT_TRUE(writeFile(root / "proc/self/mountinfo", row.mounts + "\n"));
+        EXPECT_EQ(bool(isApartFromRoot(SystemRoot(root.path()), "/g")), row.apart) << row.what;
+    }
+    std::filesystem::remove(root / "proc/self/mountinfo");
+    EXPECT_FALSE(isApartFromRoot(SystemRoot(root.path()), "/g"));
 }
 
 TEST(ProcessLife, EndsWithTheProcessAndKnowsItsNumbersSuccessors)

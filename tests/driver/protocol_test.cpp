@@ -201,24 +201,31 @@ TEST(DriverSocket, IsTakenOverOnlyWhenNobodyAnswers)
 {
     RecordingHandler handler;
     const test::TemporaryDirectory folder;
-    const std::string path = folder / "run/vossel/VosselDriver.sock";
     EventLoop loop;
-    {
-        SessionServer first(loop), second(loop);
-        ASSERT_TRUE(first.listen(path, handler));
-        EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0666));
-        EXPECT_NE(second.listen(path, handler).reason().find("another driver"), std::string::npos);
+    // An address holds no path as long as the second.
+    for (const std::string& prefix : {folder.path(), folder / std::string(200, 'p')}) {
+        const std::string path = prefix + "/run/vossel/VosselDriver.sock";
+        {
+            SessionServer first(loop), second(loop);
+            const Result<bool> listening = first.listen(path, handler);
+            ASSERT_TRUE(listening) << listening.reason();
+            EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0666));
+            EXPECT_NE(
+                second.listen(path, handler).reason().find("another driver"), std::string::npos);
+        }
+        EXPECT_FALSE(fileExists(path)) << "removed at the end";
+        {
+            const UniqueFd stale(::socket(AF_UNIX, SOCK_SEQPACKET, 0));
+            sockaddr_un address = {};
+            address.sun_family = AF_UNIX;
+            std::strncpy(address.sun_path, (folder / "stale").c_str(), sizeof address.sun_path - 1);
+            ASSERT_EQ(
+                ::bind(stale.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+            std::filesystem::rename(folder / "stale", path);
+        }
+        SessionServer third(loop);
+        EXPECT_TRUE(third.listen(path, handler));
     }
-    EXPECT_FALSE(fileExists(path)) << "removed at the end";
-    {
-        const UniqueFd stale(::socket(AF_UNIX, SOCK_SEQPACKET, 0));
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-        ASSERT_EQ(::bind(stale.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    }
-    SessionServer third(loop);
-    EXPECT_TRUE(third.listen(path, handler));
     const std::string file = folder / "file";
     ASSERT_TRUE(writeFile(file, "kept"));
     SessionServer fourth(loop);

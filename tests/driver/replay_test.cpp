@@ -137,6 +137,17 @@ TEST_F(ReplayStory, DoesNotTakeAnAnswerWithAnotherKey)
     EXPECT_EQ(line(0)["index"], 0);
     EXPECT_FALSE(status);
     agent.key = key;
+    const std::string shown = out.str();
+    TestAgent other = driver.agent();
+    for (const bool registered : {false, true}) {
+        ASSERT_EQ(registered ? other.registerPort() : other.openSession(), CALL_DONE);
+        EXPECT_EQ(other.respond({}, 7), CALL_NO_QUERY) << "it was asked nothing";
+        other.key.assign(64, 1);
+        EXPECT_EQ(other.respond({}, 7), CALL_NO_QUERY);
+        EXPECT_EQ(other.openSession(), CALL_DONE);
+    }
+    EXPECT_EQ(out.str(), shown);
+    EXPECT_FALSE(status);
     EXPECT_EQ(agent.respond({}, 7), CALL_DONE);
     EXPECT_EQ(status, 0);
 }

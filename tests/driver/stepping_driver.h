@@ -18,6 +18,7 @@ public:
             throw std::runtime_error(listening.reason());
     }
     [[nodiscard]] std::string path() const { return Directories(folder_.path()).driverSocket(); }
+    [[nodiscard]] const std::string& folder() const { return folder_.path(); }
     // What is there now, without waiting.
     void step()
     {

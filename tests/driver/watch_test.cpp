@@ -8,6 +8,7 @@
 #include <errno.h>
 #include <sys/fanotify.h>
 #include <sys/inotify.h>
+#include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 
@@ -74,6 +75,34 @@ protected:
     static std::vector<std::string> shell(const std::string& script)
     {
         return {"/bin/sh", "-c", script};
+    }
+    static constexpr int notIn32Bits = 77;
+    // Replaces this process by way of the 32-bit convention; returns where there is none.
+    static int startIn32Bits(const std::string& program, const std::string& argument)
+    {
+#ifdef __x86_64__
+        constexpr std::size_t size = 8192;
+        void* const low = ::mmap(
+            nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_32BIT, -1, 0);
+        if (low == MAP_FAILED || program.size() + argument.size() > size / 2)
+            return notIn32Bits;
+        auto* const text = static_cast<char*>(low);
+        auto* const second = std::strcpy(text, program.c_str()) + program.size() + 1;
+        std::strcpy(second, argument.c_str());
+        auto* const words = reinterpret_cast<std::uint32_t*>(text + size / 2);
+        const auto place = [](const void* p) {
+            return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(p));
+        };
+        words[0] = place(text);
+        words[1] = place(second);
+        std::signal(SIGSEGV, [](int) { ::_exit(notIn32Bits); });
+        long call = 11; // execve
+        __asm__ volatile("int $0x80"
+                         : "+a"(call)
+                         : "b"(place(text)), "c"(place(words)), "d"(place(words + 2))
+                         : "memory", "r8", "r9", "r10", "r11");
+#endif
+        return notIn32Bits;
     }
     static std::string realPath(const std::string& path)
     {
@@ -194,6 +223,34 @@ TEST_F(WatchStory, AsksOnceForAProgramStart)
     EXPECT_EQ(
         agent->respond(answer(DECISION_ALLOW, DURATION_ONCE, a), query->security_token), CALL_DONE);
     EXPECT_EQ(started.output(), "secret\n");
+}
+
+TEST_F(WatchStory, AsksOnceForAProgramStartOfAnotherConvention)
+{
+    const std::string own = guarded + "/cat";
+    std::filesystem::copy_file("/bin/cat", own);
+    start();
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(startIn32Bits(own, "--version"));
+    const UniqueFd handle(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
+    // Whether a query comes before the end.
+    const auto isAsked = [&] {
+        pollfd either[] = {{agent->port.get(), POLLIN, 0}, {handle.get(), POLLIN, 0}};
+        return ::poll(either, 2, 20000) > 0 && (either[0].revents & POLLIN) != 0;
+    };
+    const bool possible = isAsked();
+    if (possible)
+        reply(own, OPERATION_EXECUTE, answer(DECISION_ALLOW, DURATION_ONCE, own));
+    const bool askedAgain = possible && isAsked();
+    if (askedAgain)
+        ::kill(child, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_FALSE(askedAgain);
+    if (!possible && WIFEXITED(status) && WEXITSTATUS(status) == notIn32Bits)
+        GTEST_SKIP() << "no 32-bit calls on this machine";
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
 TEST_F(WatchStory, TellsCreationFromWritingAndLeavesNothingBehind)
