@@ -21,7 +21,7 @@ constexpr int joinPauses = 60;
 
 AgentAssembly::AgentAssembly(std::string_view prefix, int input, int output)
     : directories_(prefix)
-    , output_(descriptorWriter(output))
+    , output_(descriptorWriter(output), [this] { mainThread_.perform([this] { loseOutput(); }); })
     , driver_(directories_.driverSocket())
     , session_(LogindLock())
     , codeSigning_(packages_)
@@ -61,9 +61,9 @@ int AgentAssembly::run()
     // and the events were written as they came.
     if (!endThreads()) {
         logText("a thread does not end; the program leaves without it");
-        ::_exit(0);
+        ::_exit(status_);
     }
-    return 0;
+    return status_;
 }
 
 bool AgentAssembly::start()
@@ -96,6 +96,14 @@ void AgentAssembly::endService()
     (void)link_.release_notification_port();
     link_.closeConnection();
     QCoreApplication::quit();
+}
+
+void AgentAssembly::loseOutput()
+{
+    std::fputs(
+        "VosselUserAgent: nobody reads the events; there is no way to ask anybody\n", stderr);
+    status_ = 2;
+    endService();
 }
 
 // A connection may have been opened, or a query presented, just after the last was ended.

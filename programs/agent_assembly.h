@@ -41,15 +41,17 @@ public:
     AgentAssembly(const AgentAssembly&) = delete;
     AgentAssembly& operator=(const AgentAssembly&) = delete;
 
-    // Serves the driver until SIGTERM or SIGINT comes or there is nothing left to serve. Returns
-    // the process's exit status; does not return, but leaves the process with it, where a thread
-    // still hangs in a call of the system's after a few seconds.
+    // Serves the driver until SIGTERM or SIGINT comes, there is nothing left to serve, or nobody
+    // reads the events: an agent that cannot ask must leave the driver to its default. Returns the
+    // process's exit status, 2 in the last case; does not return, but leaves the process with it,
+    // where a thread still hangs in a call of the system's after a few seconds.
     int run();
 
 private:
     [[nodiscard]] bool start();
     void serve();
     void endService();
+    void loseOutput();
     [[nodiscard]] bool endThreads();
 
     const Directories directories_;
@@ -84,6 +86,7 @@ private:
     DriverLink link_;
     LineReader reader_;
     bool asked_ = false; // to end
+    int status_ = 0;
 };
 
 }

@@ -54,11 +54,15 @@ void LineOutput::write(const Json& event)
 {
     // Texts were made valid where they were put in; what is left is replaced, never thrown on.
     const std::string line = event.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
-    const std::lock_guard lock(mutex_);
-    if (broken_ || writer_(line))
-        return;
-    broken_ = true;
-    logText("nobody reads the events any more: %@", errorText(errno));
+    {
+        const std::lock_guard lock(mutex_);
+        if (broken_ || writer_(line))
+            return;
+        broken_ = true;
+        logText("nobody reads the events any more: %@", errorText(errno));
+    }
+    if (whenBroken_)
+        whenBroken_();
 }
 
 bool LineOutput::isBroken() const

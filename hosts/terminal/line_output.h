@@ -16,8 +16,10 @@ public:
     // Takes one line with its line break; false when it could not be written.
     using Writer = std::function<bool(std::string_view line)>;
 
-    explicit LineOutput(Writer writer)
+    // `whenBroken` is called once, by the thread whose line was the first that nobody took.
+    explicit LineOutput(Writer writer, std::function<void()> whenBroken = {})
         : writer_(std::move(writer))
+        , whenBroken_(std::move(whenBroken))
     {
     }
 
@@ -27,6 +29,7 @@ public:
 
 private:
     const Writer writer_;
+    const std::function<void()> whenBroken_;
     mutable std::mutex mutex_;
     bool broken_ = false; // guarded by mutex_
 };

@@ -36,7 +36,6 @@ private:
 };
 
 // The integer value of one key, the file loaded anew; 0 when it does not load or the key is absent.
-[[nodiscard]] std::int64_t valueForPreference(
-    const Directories& directories, std::string_view key);
+[[nodiscard]] std::int64_t valueForPreference(const Directories& directories, std::string_view key);
 
 }

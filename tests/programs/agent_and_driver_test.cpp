@@ -182,7 +182,7 @@ TEST_P(AgentAndDriver, AnAgentThatIsToldToEndLeavesAnOpenPrompt)
     EXPECT_EQ(driver_->wait(), 1);
 }
 
-TEST_P(AgentAndDriver, AnAgentWhoseEventsNobodyReadsStaysAlive)
+TEST_P(AgentAndDriver, AnAgentWhoseEventsNobodyReadsLeavesTheDriver)
 {
     startDriver({"/data/a", "/data/b"});
     startAgent("");
@@ -190,7 +190,8 @@ TEST_P(AgentAndDriver, AnAgentWhoseEventsNobodyReadsStaysAlive)
     agent_->closeOutput();
     agent_->write("allow\nallow\n");
     EXPECT_EQ(answer()["decision"], 0);
-    expectCleanEnd();
+    EXPECT_EQ(agent_->wait(), 2);
+    EXPECT_THAT(error("agent-error"), HasSubstr("nobody reads the events"));
     EXPECT_FALSE(driver_->readLine()) << "allowed by somebody who does not see what is asked";
     EXPECT_EQ(driver_->wait(), 1);
 }
