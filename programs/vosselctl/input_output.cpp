@@ -8,7 +8,7 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t mostInput = 64 * 1024;
+constexpr std::size_t mostInput = std::size_t{64} * 1024;
 
 }
 
