@@ -5,8 +5,6 @@
 namespace vossel::test {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 policy_query family()
 {
     policy_query query = queryFor("/srv/data/a.txt", OPERATION_READ, "/opt/Notes", "/opt/Launcher");
@@ -18,102 +16,76 @@ policy_query family()
 
 TEST(AdvancedActs, HandsOverWhatTheControlsSay)
 {
+    using Prompt = QMPermissionsWindow;
+    const policy_query script = queryFor("/System/Library/Components/AppleScript.component/x.scpt");
     const struct {
-        const char* what;
-        void (*act)(QMPermissionsWindow&);
-        const char* expected;
+        policy_query query;
+        void (*act)(Prompt&);
+        std::string handedOver;
     } rows[] = {
-        {"nothing", [](QMPermissionsWindow&) {},
-            "2 by [In /srv/data/] for 1 process 3 operations 7 parent [/opt/Launcher] pid 0"},
-        {"path", [](QMPermissionsWindow& p) { EXPECT_TRUE(p.selectPath(0)); },
-            "2 by [File Extension .txt] for 1 process 3 operations 7 parent [/opt/Launcher] pid 0"},
-        {"ancestor", [](QMPermissionsWindow& p) { EXPECT_TRUE(p.selectedProcessItem(6)); },
-            "2 by [In /srv/data/] for 1 process 6 operations 7 parent [/sbin/second] pid 0"},
-        {"updates", [](QMPermissionsWindow& p) { EXPECT_TRUE(p.setAllowUpdates(false)); },
-            "1 by [In /srv/data/] for 1 process 3 operations 7 parent [/opt/Launcher] pid 0"},
-        {"operations and duration",
-            [](QMPermissionsWindow& p) {
+        {family(), [](Prompt&) {},
+            "/srv/data/a.txt constraint 2 for 1 by [In /srv/data/] 3 7 0/opt/Launcher"},
+        {family(), [](Prompt& p) { EXPECT_TRUE(p.selectPath(0)); },
+            "/srv/data/a.txt constraint 2 for 1 by [File Extension .txt] 3 7 0/opt/Launcher"},
+        {family(), [](Prompt& p) { EXPECT_TRUE(p.selectedProcessItem(6)); }, // an ancestor
+            "/srv/data/a.txt constraint 2 for 1 by [In /srv/data/] 6 7 0/sbin/second"},
+        {family(), [](Prompt& p) { EXPECT_TRUE(p.setAllowUpdates(false)); },
+            "/srv/data/a.txt constraint 1 for 1 by [In /srv/data/] 3 7 0/opt/Launcher"},
+        {family(),
+            [](Prompt& p) {
                 p.clickedOperations();
                 p.clickedOperations();
                 p.selectSegmentWithTag(3);
                 p.selectSegmentWithTag(4); // no such segment
             },
-            "2 by [In /srv/data/] for 3 process 3 operations 4 parent [/opt/Launcher] pid 0"},
+            "/srv/data/a.txt constraint 2 for 3 by [In /srv/data/] 3 4 0/opt/Launcher"},
+        {script, [](Prompt& p) { EXPECT_FALSE(p.setAllowUpdates(true)); }, // nobody signed it
+            std::string(textOf(script.path)) + " constraint 1 for 1 by [] 2 7 0"},
+        {queryFor("/dev/bpf3"), [](Prompt&) {},
+            "/dev/bpf constraint 1 for 1 by [In /dev/bpf] 2 7 0"},
+        {queryFor(":KMOD/"), [](Prompt&) {}, ":KMOD/ constraint 1 for 1 by [none] 2 7 0"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
         PromptFixture fixture;
         fixture.host.processes.add(60, 61, "/usr/bin/first");
         fixture.host.processes.add(61, 1, "/sbin/second");
-        const auto prompt = fixture.openAdvanced(family());
+        const auto prompt = fixture.open(row.query);
         row.act(*prompt);
         prompt->performClickAllow();
         prompt->performClickDeny();
-        const std::string rest = std::string("/srv/data/a.txt constraint ") + row.expected;
-        EXPECT_EQ(fixture.delegate.handedOver, (Lines{"allow " + rest, "deny " + rest}));
-    }
-}
-
-TEST(AdvancedActs, HandsOverSpecialTargets)
-{
-    const struct {
-        const char* path;
-        const char* expected;
-    } rows[] = {
-        {"/System/Library/Components/AppleScript.component/x.scpt",
-            "/System/Library/Components/AppleScript.component/x.scpt constraint 1 by []"},
-        {"/x/DAL/AppleCamera.plugin/y",
-            "/x/DAL/AppleCamera.plugin/y constraint 1 by [In /x/DAL/AppleCamera.plugin/]"},
-        {"/dev/bpf3", "/dev/bpf constraint 1 by [In /dev/bpf]"},
-        {":KMOD/", ":KMOD/ constraint 1 by [none]"},
-    };
-    for (const auto& row : rows) {
-        PromptFixture fixture;
-        const auto prompt = fixture.openAdvanced(queryFor(row.path));
-        EXPECT_FALSE(prompt->setAllowUpdates(true)); // nobody signed it
-        prompt->clickedDeny();
         EXPECT_EQ(fixture.delegate.handedOver,
-            Lines{std::string("deny ") + row.expected
-                + " for 1 process 2 operations 7 parent [] pid 0"});
+            (Lines{"allow " + row.handedOver, "deny " + row.handedOver}));
     }
 }
 
 TEST(AdvancedActs, SelectionStepsStopAtTheEnds)
 {
     PromptFixture fixture;
-    const auto prompt = fixture.openAdvanced(family());
+    const auto prompt = fixture.open(family());
     const PopUpButton& path = prompt->controls().pathPopUpControl;
     const PopUpButton& process = prompt->controls().applicationNamePopUp;
-    for (int step = 0; step < 9; ++step)
-        prompt->incrementPathSelection();
+    const auto nineTimes = [&](QMPermissionsWindow& p, void (AdvancedPrompt::*step)()) {
+        for (int time = 0; time < 9; ++time)
+            (p.*step)();
+    };
+    nineTimes(*prompt, &AdvancedPrompt::incrementPathSelection);
     EXPECT_EQ(path.selectedIndex(), 5);
-    for (int step = 0; step < 9; ++step)
-        prompt->decrementPathSelection();
+    nineTimes(*prompt, &AdvancedPrompt::decrementPathSelection);
     EXPECT_EQ(path.selectedIndex(), 0);
-    for (int step = 0; step < 9; ++step)
-        prompt->decrementProcessSelection();
-    EXPECT_EQ(process.selectedIndex(), 1);
+    nineTimes(*prompt, &AdvancedPrompt::decrementProcessSelection);
     EXPECT_EQ(process.title(), "any process");
-    for (int step = 0; step < 9; ++step)
-        prompt->incrementProcessSelection();
-    EXPECT_EQ(process.selectedIndex(), 4);
+    nineTimes(*prompt, &AdvancedPrompt::incrementProcessSelection);
     EXPECT_EQ(process.title(), "any process via Launcher");
+    EXPECT_FALSE(prompt->selectPath(6) || prompt->selectPath(-1));
+    EXPECT_FALSE(prompt->selectedProcessItem(0) || prompt->selectedProcessItem(5));
 
-    EXPECT_FALSE(prompt->selectPath(6));
-    EXPECT_FALSE(prompt->selectPath(-1));
-    EXPECT_FALSE(prompt->selectedProcessItem(0));
-    EXPECT_FALSE(prompt->selectedProcessItem(5));
-    EXPECT_EQ(path.selectedIndex(), 0);
-    EXPECT_EQ(process.selectedIndex(), 4);
-
-    const auto disabled = fixture.openAdvanced(queryFor("/dev/bpf"));
-    disabled->decrementPathSelection();
+    const auto disabled = fixture.open(queryFor("/dev/bpf"));
+    nineTimes(*disabled, &AdvancedPrompt::decrementPathSelection);
     EXPECT_FALSE(disabled->selectPath(0));
     EXPECT_EQ(disabled->controls().pathPopUpControl.selectedIndex(), 1);
 
-    const auto empty = fixture.openAdvanced(queryFor(":KMOD/"));
-    empty->incrementPathSelection();
-    empty->decrementPathSelection();
+    const auto empty = fixture.open(queryFor(":KMOD/"));
+    nineTimes(*empty, &AdvancedPrompt::incrementPathSelection);
     EXPECT_EQ(empty->controls().pathPopUpControl.selectedIndex(), -1);
     EXPECT_EQ(empty->recommendedPath(), std::nullopt);
 }
@@ -121,50 +93,39 @@ TEST(AdvancedActs, SelectionStepsStopAtTheEnds)
 TEST(AdvancedActs, EachActIsToldOnceAndWholly)
 {
     PromptFixture fixture;
-    const auto prompt = fixture.openAdvanced(family());
-    fixture.presenter.calls.clear();
-    prompt->selectedProcessItem(1); // selection and title
-    EXPECT_EQ(fixture.presenter.calls, Lines{"changed"});
-    prompt->selectedProcessItem(1);
+    const auto prompt = fixture.open(family());
+    for (int twice = 0; twice < 2; ++twice)
+        prompt->selectedProcessItem(1); // selection and title
     prompt->selectPath(3);
-    EXPECT_EQ(fixture.presenter.calls, Lines{"changed"});
     prompt->close();
     prompt->close();
     prompt->clickedOperations();
-    EXPECT_EQ(fixture.presenter.calls, (Lines{"changed", "closed"}));
-}
-
-TEST(AdvancedActs, NobodyIsAskedToAuthenticateUnlessThePreferenceIsOne)
-{
-    PromptFixture fixture;
-    fixture.writePreferences({{"ui.prompts.authenticate", 2}});
-    fixture.openAdvanced(queryFor("/x"))->clickedAllow();
-    EXPECT_EQ(fixture.host.authenticator.asked.get().size(), 0U);
-    EXPECT_EQ(fixture.delegate.handedOver.size(), 1U);
+    EXPECT_EQ(fixture.presenter.calls, (Lines{"opened", "changed", "closed"}));
 }
 
 TEST(AdvancedActs, FailedAuthenticationDeniesOnce)
 {
-    for (const bool proved : {true, false}) {
+    const struct {
+        int preference; // only one asks
+        bool proved;
+        const char* handedOver;
+        std::size_t dialogs;
+    } rows[] = {{1, true, "allow /x constraint 1 for 2 by [Any Files] 2 7 0", 1},
+        {1, false, "deny /x constraint 1 for 0 by [Any Files] 2 7 0", 1},
+        {2, false, "allow /x constraint 1 for 2 by [Any Files] 2 7 0", 0}};
+    for (const auto& row : rows) {
         PromptFixture fixture;
-        fixture.writePreferences({{"ui.prompts.authenticate", 1}});
-        fixture.host.authenticator.isAdministrator.set(proved);
-        const auto prompt = fixture.openAdvanced(queryFor("/x"));
+        fixture.writePreferences({{"ui.prompts.authenticate", row.preference}});
+        fixture.host.authenticator.isAdministrator.set(row.proved);
+        const auto prompt = fixture.open(queryFor("/x"));
         prompt->selectSegmentWithTag(2);
-        WindowLevel during = WindowLevel::Maximum;
         fixture.host.authenticator.duringDialog.set([&] {
-            during = prompt->frame().window.state().level;
+            EXPECT_EQ(prompt->frame().window.state().level, WindowLevel::Normal);
             prompt->clickedAllow(); // one dialog at a time
         });
         prompt->clickedAllow();
-        EXPECT_EQ(during, WindowLevel::Normal);
-        EXPECT_EQ(fixture.host.authenticator.asked.get().size(), 1U);
-        EXPECT_EQ(fixture.delegate.handedOver,
-            Lines{std::string(proved ? "allow" : "deny") + " /x constraint 1 by [Any Files] for "
-                + (proved ? "2" : "0") + " process 2 operations 7 parent [] pid 0"});
-        fixture.host.authenticator.duringDialog.set([&] { prompt->close(); });
-        prompt->clickedAllow();
-        EXPECT_EQ(fixture.delegate.handedOver.size(), 1U);
+        EXPECT_EQ(fixture.host.authenticator.asked.get().size(), row.dialogs);
+        EXPECT_EQ(fixture.delegate.handedOver, Lines{row.handedOver});
     }
 }
 
@@ -193,18 +154,17 @@ TEST(AdvancedActs, AQueryThatEndsDuringTheDialogIsNotAnsweredAfterIt)
 TEST(ToolTips, ShowTheFieldUnderARestingMouse)
 {
     PromptFixture fixture;
-    const auto prompt = fixture.openAdvanced(queryFor("/srv/x"));
+    const auto prompt = fixture.open(queryFor("/srv/x"));
     const auto& tip = prompt->frame().window.state().tip;
     prompt->moveWindow({1000, 500, 560, 360});
     const Rect file = prompt->controls().filenameTextField.frame();
     const Point inFile{file.x, file.y};
 
-    prompt->mouseMoved(inFile);
-    fixture.host.advance(std::chrono::milliseconds(999));
-    EXPECT_FALSE(tip);
-    prompt->mouseMoved(inFile); // the second begins anew
-    fixture.host.advance(std::chrono::milliseconds(999));
-    EXPECT_FALSE(tip);
+    for (int twice = 0; twice < 2; ++twice) {
+        prompt->mouseMoved(inFile); // the second begins anew
+        fixture.host.advance(std::chrono::milliseconds(999));
+        EXPECT_FALSE(tip);
+    }
     fixture.host.advance(std::chrono::milliseconds(1));
     // Six characters of 6.5 points, one line of 17.
     EXPECT_EQ(tip,
@@ -216,17 +176,10 @@ TEST(ToolTips, ShowTheFieldUnderARestingMouse)
     EXPECT_FALSE(tip) << "beside the field";
 
     prompt->moveField(&PermissionsControls::codeSignTextField, file); // under the file's
-    prompt->moveField(&PermissionsControls::applicationPathTextField, {0, 0, 9, 9});
     prompt->mouseMoved(inFile);
     fixture.host.advance(std::chrono::seconds(1));
     EXPECT_EQ(tip->text, "/srv/x");
-    prompt->mouseMoved({3, 3});
-    fixture.host.advance(std::chrono::seconds(1));
-    EXPECT_EQ(tip->text, "/opt/Notes (100)");
 
-    prompt->mouseMoved(inFile);
-    prompt->clickedDeny();
-    EXPECT_EQ(fixture.host.timers.pending(), 0U);
     prompt->mouseMoved(inFile);
     prompt->close();
     EXPECT_EQ(fixture.host.timers.pending(), 0U);
@@ -235,43 +188,25 @@ TEST(ToolTips, ShowTheFieldUnderARestingMouse)
 TEST(AdvancedTouchBar, OffersWhatThePromptOffers)
 {
     PromptFixture fixture;
+    fixture.chooseAdvancedPrompts();
     fixture.present(queryFor("/x"));
     const auto prompt = fixture.presenter.advanced->shared_from_this();
     EXPECT_FALSE(prompt->makeItemForIdentifier(".allow").view);
     const Lines all{".o", ".q", ".r", ".f", ".deny", ".allow"};
     EXPECT_EQ(prompt->touchBar(), (TouchBar{".touchBar", all, all, ".allow"}));
-
-    std::string seen;
-    for (const std::string& identifier : all) {
-        const TouchBarButton button = *prompt->makeItemForIdentifier(identifier).view;
-        seen += button.title + " " + button.imageName + " " + std::to_string(int(button.imageWidth))
-            + " " + std::to_string(int(button.bezelColor)) + ";";
-    }
-    EXPECT_EQ(seen,
-        "Once  0 0;Quit  0 0;Restart  0 0;Forever  0 0;Deny Access red.png 22 1;"
-        "Allow Access green.png 22 2;");
     EXPECT_FALSE(prompt->makeItemForIdentifier(".other").view);
-
     for (const int duration : {0, 1, 2, 3}) {
         prompt->makeItemForIdentifier(all[static_cast<std::size_t>(duration)]).view->action();
         EXPECT_EQ(prompt->controls().durationSegmentedControl.selectedSegment(), duration);
     }
     const auto deny = prompt->makeItemForIdentifier(".deny").view->action;
     prompt->makeItemForIdentifier(".allow").view->action();
-    EXPECT_EQ(fixture.wait->response().decision, DECISION_ALLOW);
-    EXPECT_EQ(fixture.wait->response().duration, DURATION_FOREVER);
     deny(); // too late
     EXPECT_EQ(fixture.wait->response().decision, DECISION_ALLOW);
-}
+    EXPECT_EQ(fixture.wait->response().duration, DURATION_FOREVER);
 
-TEST(AdvancedTouchBar, WithoutForever)
-{
-    PromptFixture fixture;
-    const auto prompt = fixture.openAdvanced(queryFor(fixture.directory / "Users/Shared/Vossel/x"));
-    EXPECT_EQ(
-        prompt->touchBar().defaultItemIdentifiers, (Lines{".o", ".q", ".r", ".deny", ".allow"}));
-    prompt->selectSegmentWithTag(3);
-    EXPECT_EQ(prompt->controls().durationSegmentedControl.state(), (SegmentedControlState{3, 1}));
+    const auto own = fixture.open(queryFor(fixture.directory / "Users/Shared/Vossel/x"));
+    EXPECT_EQ(own->touchBar().defaultItemIdentifiers, (Lines{".o", ".q", ".r", ".deny", ".allow"}));
 }
 
 }

@@ -5,170 +5,113 @@
 namespace vossel::test {
 namespace {
 
+constexpr std::string_view daemon = "/System/Library/PrivateFrameworks/PackageKit.framework"
+                                    "/Versions/A/Resources/installd";
+constexpr std::string_view volume = "/Volumes/No #1 & b";
+
 std::string screenOf(const QMPermissionsWindow& prompt)
 {
     const PermissionsControls& controls = prompt.controls();
-    const PromptFrame& frame = prompt.frame();
     const CheckBox& updates = controls.allowUpdatesCheckBox;
-    std::string text = controls.activityDescriptionTextField.stringValue();
-    text += "\n" + controls.applicationPathTextField.stringValue() + " < "
-        + controls.applicationParentPathTextField.stringValue();
-    text += "\n" + controls.filenameTextField.stringValue() + " | "
+    const PopUpButton& path = controls.pathPopUpControl;
+    std::string text = controls.activityDescriptionTextField.stringValue() + "\n"
+        + controls.applicationPathTextField.stringValue() + " < "
+        + controls.applicationParentPathTextField.stringValue() + "\n"
+        + controls.filenameTextField.stringValue() + " | "
         + controls.codeSignTextField.stringValue() + " | "
-        + describe(frame.applicationIconImageView.image());
-    text += controls.pathPopUpControl.enabled() ? "\npath" : "\npath off";
-    for (const PopUpItem& item : controls.pathPopUpControl.items()) {
-        const bool chosen = &item
-            == &controls.pathPopUpControl
-                    .items()[static_cast<std::size_t>(controls.pathPopUpControl.selectedIndex())];
-        text += (chosen ? " >" : " ") + item.title + ";";
-    }
-    text += "\nprocess " + std::to_string(controls.applicationNamePopUp.selectedIndex()) + " of "
-        + std::to_string(controls.applicationNamePopUp.numberOfItems()) + " ["
-        + controls.applicationNamePopUp.title() + "]";
-    text += "\n" + controls.operationsButton.title() + ", duration "
-        + std::to_string(controls.durationSegmentedControl.selectedSegment()) + " of "
-        + std::to_string(controls.durationSegmentedControl.segmentCount()) + ", updates "
-        + (updates.checked() ? "on" : "off") + (updates.enabled() ? "" : " disabled")
-        + (updates.hidden() ? " hidden" : "") + ", pid " + std::to_string(prompt.installerPID());
-    text += "\n" + describe(frame.allowButton, "allow") + ", " + describe(frame.denyButton, "deny")
-        + (frame.touchBarLabel.hidden() ? "" : ", on the touch bar");
-    return text;
+        + describe(prompt.frame().applicationIconImageView.image())
+        + (path.enabled() ? "\npath" : "\npath off");
+    for (std::size_t item = 0; item < path.items().size(); ++item)
+        text += (static_cast<int>(item) == path.selectedIndex() ? " >" : " ")
+            + path.items()[item].title + ";";
+    return text + "\nprocess " + std::to_string(controls.applicationNamePopUp.selectedIndex())
+        + " [" + controls.applicationNamePopUp.title() + "] " + controls.operationsButton.title()
+        + ", duration " + std::to_string(controls.durationSegmentedControl.selectedSegment())
+        + " of " + std::to_string(controls.durationSegmentedControl.segmentCount()) + ", updates "
+        + (updates.checked() ? "on" : "off") + (updates.enabled() ? "" : " disabled") + ", pid "
+        + std::to_string(prompt.installerPID());
 }
 
 policy_query signedQuery(std::string_view path, std::int32_t operation = OPERATION_READ,
-    std::string_view program = "/opt/Notes")
+    std::int32_t ppid = 0, std::string_view parent = {})
 {
-    policy_query query = queryFor(path, operation, program);
+    policy_query query = queryFor(path, operation, "/opt/Notes", parent);
+    query.ppid = ppid;
     query.reserved1 = CODE_SIGN_VALID;
     storeText(query.reserved2, "a\tb\tAcme\nInc.");
     storeText(query.cs_info.teamid, "TEAM1");
     return query;
 }
 
-TEST(AdvancedLoading, SignedProgramReadsAFile)
+policy_query unsignedQuery()
 {
-    PromptFixture fixture;
-    policy_query query = signedQuery("/srv/data/a.txt");
-    query.ppid = 55;
-    storeText(query.parent_name, "/bin/sh");
-    EXPECT_EQ(screenOf(*fixture.openAdvanced(query)),
-        "Vossel detected an attempt to read the following file...\n"
-        "/opt/Notes (100) < /bin/sh (55)\n"
-        "/srv/data/a.txt | AcmeInc. | file .VosselTemp.png\n"
-        "path File Extension .txt; Only /srv/data/a.txt; Only /srv/data/; >In /srv/data/;"
-        " In /srv/; Any Files;\n"
-        "process 3 of 5 [Notes via sh]\n"
-        "Read-Write, duration 1 of 4, updates on, pid 0\n"
-        "allow, deny");
-}
-
-TEST(AdvancedLoading, UnsignedProgramWithoutReadablePaths)
-{
-    PromptFixture fixture;
-    policy_query query = queryFor("/srv/x", OPERATION_EXECUTE, "");
+    policy_query query = signedQuery("/srv/x", OPERATION_EXECUTE, 56); // not in the process table
     query.pid = -3;
-    query.ppid = 56; // not in the process table
     query.reserved1 = CODE_SIGN_UNSIGNED;
+    storeText(query.process_name, "");
     storeText(query.reserved2, "not signed");
-    storeText(query.cs_info.teamid, "TEAM1");
-    EXPECT_EQ(screenOf(*fixture.openAdvanced(query)),
-        "Vossel detected an attempt to execute the following file...\n"
-        "unknown program (-3) < unknown program (56)\n"
-        "/srv/x | not signed | file warning.png\n"
-        "path Only /srv/x; Only /srv/; >In /srv/; Any Files;\n"
-        "process 2 of 3 [unknown program]\n"
-        "Execute, duration 1 of 4, updates off disabled, pid 0\n"
-        "allow, deny");
+    return query;
 }
 
-TEST(AdvancedLoading, LoginItemsStartWithOnce)
+TEST(AdvancedLoading, ShowsWhatTheQuerySays)
 {
-    PromptFixture fixture;
-    policy_query query
-        = signedQuery("/Users/ann/Library/Preferences/com.apple.loginitems.plist", 2);
-    query.ppid = -9;
-    EXPECT_EQ(screenOf(*fixture.openAdvanced(query)),
-        "Notes would like to install or modify a login item.\n"
-        "/opt/Notes (100) < \n"
-        "/Users/ann/Library/Preferences/com.apple.loginitems.plist | AcmeInc. |"
-        " file .VosselTemp.png\n"
-        "path off File Extension .plist;"
-        " >Only /Users/ann/Library/Preferences/com.apple.loginitems.plist;"
-        " Only /Users/ann/Library/Preferences/; In /Users/ann/Library/Preferences/;"
-        " In /Users/ann/Library/; In /Users/ann/; In /Users/; Any Files;\n"
-        "process 2 of 3 [Notes]\n"
-        "Read-Write, duration 0 of 4, updates on, pid 0\n"
-        "allow, deny");
-}
-
-TEST(AdvancedLoading, PacketCaptureDevicesAreOne)
-{
-    PromptFixture fixture;
-    const auto prompt = fixture.openAdvanced(signedQuery("/dev/bpf3"));
-    EXPECT_EQ(screenOf(*prompt),
-        "Notes would like to intercept network packets.\n"
-        "/opt/Notes (100) < \n"
-        "/dev/bpf | AcmeInc. | file .VosselTemp.png\n"
-        "path off Only /dev/bpf3; >In /dev/bpf;\n"
-        "process 2 of 3 [Notes]\n"
-        "Read-Write, duration 1 of 4, updates on, pid 0\n"
-        "allow, deny");
-}
-
-TEST(AdvancedLoading, ReadOnlyDiskImage)
-{
-    const std::string paths = "path File Extension .txt; Only /Volumes/No #1 & b/a.txt;"
-                              " Only /Volumes/No #1 & b/; >In /Volumes/No #1 & b/;"
-                              " In /Volumes/; Any Files;\n";
+    const std::string preferences = "/Users/ann/Library/Preferences/";
+    const std::string signer = " | AcmeInc. | file .VosselTemp.png\n";
+    const std::string image = std::string(volume) + "/a.txt";
+    const std::string readImage = "Notes would like to access the volume \"No #1 & b\".\n"
+                                  "/opt/Notes (100) < \n"
+        + image + signer + "path File Extension .txt; Only " + image
+        + "; Only /Volumes/No #1 & b/; >In /Volumes/No #1 & b/; In /Volumes/; Any Files;\n";
+    const std::string ordinary = " Read-Write, duration 1 of 4, updates on, pid 0";
+    const std::string installd = "\n/opt/Notes (100) < " + std::string(daemon) + " (60)\n/srv/x";
     const struct {
-        const char* what;
-        const char* image;
-        int operation;
-        std::string rest;
+        policy_query query;
+        std::string screen;
+        std::uint32_t installer = 0;
     } rows[] = {
-        {"image", "/Volumes/No #1 & b", 1, "process 1 of 3 [any process]\nRead Only, duration 2"},
-        {"image, write", "/Volumes/No #1 & b", 2, "process 2 of 3 [Notes]\nRead-Write, duration 1"},
-        {"no image", "/Volumes/Other", 1, "process 2 of 3 [Notes]\nRead-Write, duration 1"},
+        {signedQuery("/srv/data/a.txt", OPERATION_READ, 55, "/bin/sh"),
+            "Vossel detected an attempt to read the following file...\n"
+            "/opt/Notes (100) < /bin/sh (55)\n/srv/data/a.txt"
+                + signer
+                + "path File Extension .txt; Only /srv/data/a.txt; Only /srv/data/;"
+                  " >In /srv/data/; In /srv/; Any Files;\nprocess 3 [Notes via sh]"
+                + ordinary},
+        {unsignedQuery(),
+            "Vossel detected an attempt to execute the following file...\n"
+            "unknown program (-3) < unknown program (56)\n/srv/x | not signed | file warning.png\n"
+            "path Only /srv/x; Only /srv/; >In /srv/; Any Files;\n"
+            "process 2 [unknown program] Execute, duration 1 of 4, updates off disabled, pid 0"},
+        {signedQuery(preferences + "com.apple.loginitems.plist", OPERATION_WRITE, -9),
+            "Notes would like to install or modify a login item.\n/opt/Notes (100) < \n"
+                + preferences + "com.apple.loginitems.plist" + signer
+                + "path off File Extension .plist; >Only " + preferences
+                + "com.apple.loginitems.plist; Only " + preferences + "; In " + preferences
+                + "; In /Users/ann/Library/; In /Users/ann/; In /Users/; Any Files;\n"
+                  "process 2 [Notes] Read-Write, duration 0 of 4, updates on, pid 0"},
+        {signedQuery("/dev/bpf3"),
+            "Notes would like to intercept network packets.\n/opt/Notes (100) < \n/dev/bpf" + signer
+                + "path off Only /dev/bpf3; >In /dev/bpf;\nprocess 2 [Notes]" + ordinary},
+        {signedQuery(image),
+            readImage + "process 1 [any process] Read Only, duration 2 of 4, updates on, pid 0"},
+        {signedQuery(image, OPERATION_WRITE), readImage + "process 2 [Notes]" + ordinary},
+        {signedQuery("/srv/x", OPERATION_READ, 60),
+            "Vossel detected an attempt to read the following file..." + installd + signer
+                + "path Only /srv/x; Only /srv/; >In /srv/; Any Files;\nprocess 2 [Notes]"
+                + ordinary},
+        {signedQuery("/srv/x", OPERATION_READ, 60),
+            "An installer is attempting to install software on this system" + installd
+                + " | AcmeInc. | icon of Installer.app\n"
+                  "path Only /srv/x; Only /srv/; In /srv/; >Any Files;\nprocess 3 [any with "
+                  "ancestor installd] Read-Write, duration 1 of 3, updates on, pid 900",
+            900},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
         PromptFixture fixture;
-        fixture.host.volumes.diskImages.set({row.image});
-        EXPECT_EQ(
-            screenOf(*fixture.openAdvanced(signedQuery("/Volumes/No #1 & b/a.txt", row.operation))),
-            "Notes would like to access the volume \"No #1 & b\".\n"
-            "/opt/Notes (100) < \n"
-            "/Volumes/No #1 & b/a.txt | AcmeInc. | file .VosselTemp.png\n"
-                + paths + row.rest + " of 4, updates on, pid 0\nallow, deny");
-    }
-}
-
-TEST(AdvancedLoading, Installation)
-{
-    const std::string daemon = "/System/Library/PrivateFrameworks/PackageKit.framework/Versions/A"
-                               "/Resources/installd";
-    for (const std::uint32_t running : {900U, 0U}) {
-        PromptFixture fixture;
-        fixture.host.processes.add(60, 1, daemon);
-        fixture.host.installers.running.set(running);
-        policy_query query = signedQuery("/srv/x");
-        query.ppid = 60;
-        const auto prompt = fixture.openAdvanced(query);
-        const std::string head = "/opt/Notes (100) < " + daemon + " (60)\n/srv/x | AcmeInc. | ";
-        EXPECT_EQ(screenOf(*prompt),
-            running ? "An installer is attempting to install software on this system\n" + head
-                    + "icon of Installer.app 256x256\n"
-                      "path Only /srv/x; Only /srv/; In /srv/; >Any Files;\n"
-                      "process 3 of 4 [any with ancestor installd]\n"
-                      "Read-Write, duration 1 of 3, updates on, pid 900\nallow, deny"
-                    : "Vossel detected an attempt to read the following file...\n" + head
-                    + "file .VosselTemp.png\n"
-                      "path Only /srv/x; Only /srv/; >In /srv/; Any Files;\n"
-                      "process 2 of 4 [Notes]\n"
-                      "Read-Write, duration 1 of 4, updates on, pid 0\nallow, deny");
-        EXPECT_EQ(prompt->recommendedPath(), "In /srv/");
-        EXPECT_EQ(prompt->ancestors(), (std::map<std::int64_t, std::string>{{3, daemon}}));
+        fixture.chooseAdvancedPrompts();
+        fixture.host.volumes.diskImages.set({std::string(volume)});
+        fixture.host.processes.add(60, 1, std::string(daemon));
+        fixture.host.installers.running.set(row.installer);
+        EXPECT_EQ(screenOf(*fixture.open(row.query)), row.screen);
     }
 }
 
@@ -179,27 +122,21 @@ TEST(AdvancedLoading, PathChoiceAndForeverByTarget)
         bool ownPath; // below the prefix
         bool pathEnabled;
         int segments;
-    } rows[] = {
-        {"/System/Library/Components/AppleScript.component/x", false, false, 4},
+    } rows[] = {{"/System/Library/Components/AppleScript.component/x", false, false, 4},
         {"/Users/Shared/Vossel/ann.vossel.rc", true, false, 3},
-        {"/Users/Shared/Vossel", true, true, 4},
-        {"/x/DAL/AppleCamera.plugin/y", false, false, 4},
-        {"/private/var/db/lockdown/x", false, true, 4},
-        {":IOKIT/Thing", false, true, 4},
-    };
+        {"/Users/Shared/Vossel", true, true, 4}, {"/x/DAL/AppleCamera.plugin/y", false, false, 4},
+        {":IOKIT/Thing", false, true, 4}};
+    PromptFixture fixture;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.path);
-        PromptFixture fixture;
-        const auto prompt = fixture.openAdvanced(
-            queryFor((row.ownPath ? fixture.directory.path() : "") + row.path));
+        const auto prompt
+            = fixture.open(queryFor((row.ownPath ? fixture.directory.path() : "") + row.path));
         EXPECT_EQ(prompt->controls().pathPopUpControl.enabled(), row.pathEnabled);
         EXPECT_EQ(prompt->controls().durationSegmentedControl.segmentCount(), row.segments);
     }
-    PromptFixture fixture;
     fixture.forbidRules();
-    EXPECT_EQ(
-        fixture.openAdvanced(queryFor("/x"))->controls().durationSegmentedControl.segmentCount(),
-        3);
+    const auto prompt = fixture.open(queryFor("/x"));
+    EXPECT_EQ(prompt->controls().durationSegmentedControl.segmentCount(), 3);
 }
 
 TEST(AdvancedLoading, UpdatesStayCoveredWhereAMakerIsKnown)
@@ -209,76 +146,67 @@ TEST(AdvancedLoading, UpdatesStayCoveredWhereAMakerIsKnown)
         std::string_view team;
         const char* program;
         CheckBoxState updates; // checked, enabled, hidden
-    } rows[] = {
-        {CODE_SIGN_VALID, "TEAM", "/usr/local/bin/x", {true, true, false}},
+    } rows[] = {{CODE_SIGN_VALID, "TEAM", "/usr/local/bin/x", {true, true, false}},
         {CODE_SIGN_VALID, "TEAM", "/usr/bin/x", {true, false, true}},
-        {CODE_SIGN_VALID, "", "/opt/x", {false, false, false}},
         {CODE_SIGN_VALID, "\xff", "/opt/x", {false, false, false}},
         {CODE_SIGN_VALID, "", "/System/x", {false, false, true}},
-        {CODE_SIGN_INVALID, "TEAM", "/opt/x", {false, false, false}},
-    };
+        {CODE_SIGN_INVALID, "TEAM", "/opt/x", {false, false, false}}};
+    PromptFixture fixture;
     for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.program) + " " + std::string(row.team));
-        PromptFixture fixture;
+        SCOPED_TRACE(row.program);
         policy_query query = queryFor("/x", OPERATION_READ, row.program);
         query.reserved1 = row.state;
         storeText(query.cs_info.teamid, row.team);
-        EXPECT_EQ(
-            fixture.openAdvanced(query)->controls().allowUpdatesCheckBox.state(), row.updates);
+        EXPECT_EQ(fixture.open(query)->controls().allowUpdatesCheckBox.state(), row.updates);
     }
 }
 
 TEST(AdvancedLoading, AnswerOnTheTouchBarOnlyAtOne)
 {
+    PromptFixture fixture;
     for (const int value : {1, 2}) {
-        PromptFixture fixture;
         fixture.writePreferences({{"ui.prompts.oob", value}});
-        const auto prompt = fixture.openAdvanced(queryFor("/x"));
+        const auto prompt = fixture.open(queryFor("/x"));
         EXPECT_EQ(prompt->requireTouchBar(), value == 1);
-        EXPECT_TRUE(screenOf(*prompt).ends_with(
-            value == 1 ? "\nallow hidden, deny hidden, on the touch bar" : "\nallow, deny"));
+        EXPECT_EQ(describe(prompt->frame()),
+            value == 1 ? "allow hidden, deny hidden, on the touch bar" : "allow, deny");
     }
 }
 
 TEST(AdvancedLoading, WindowKeepsTheScreenUntilItResigns)
 {
     PromptFixture fixture;
+    fixture.chooseAdvancedPrompts();
     fixture.host.windows.commandKey.set(true);
     fixture.present(queryFor("/x"));
-    QMPermissionsWindow* prompt = fixture.presenter.advanced;
-    ASSERT_TRUE(prompt);
+    ASSERT_TRUE(fixture.presenter.advanced);
+    const auto prompt = fixture.presenter.advanced->shared_from_this();
     EXPECT_TRUE(prompt->frame().allowButton.highlighted());
-    EXPECT_EQ(fixture.presenter.calls, std::vector<std::string>{"opened"});
     WindowState state{{0, 0, 560, 360}, true, 257, 144 | 0x8000, WindowLevel{14}, false, false, 1,
         true, true, true, true, Appearance::VibrantLight, ContentEffect{EffectMaterial{6}}, 643,
         {}};
     EXPECT_EQ(prompt->frame().window.state(), state);
 
-    const auto kept = prompt->shared_from_this();
     fixture.broker.cancelQuery();
     state.level = WindowLevel{4};
     state.hidesOnDeactivate = state.canHide = true;
     state.firstResponder = state.keyWindow = state.mainWindow = false;
-    EXPECT_EQ(kept->frame().window.state(), state);
-    EXPECT_EQ(fixture.host.windows.acts.get(),
-        (std::vector<std::string>{"activate", "activate", "deactivate", "hide"}));
-    EXPECT_EQ(fixture.presenter.calls, (std::vector<std::string>{"opened", "closed"}));
+    EXPECT_EQ(prompt->frame().window.state(), state);
+    EXPECT_EQ(
+        fixture.host.windows.acts.get(), (Lines{"activate", "activate", "deactivate", "hide"}));
+    EXPECT_EQ(fixture.presenter.calls, (Lines{"opened", "closed"}));
 }
 
 TEST(AdvancedLoading, ProcessMenuFitsItsLongestTitleWithinTheLayout)
 {
-    const struct {
-        std::string program;
-        double width; // 6.5 points a byte and 35 for the arrow
-    } rows[] = {
-        {"/opt/ab", 35 + 6.5 * 11}, // "any process"
-        {"/opt/" + std::string(20, 'n'), 35 + 6.5 * 20},
-        {"/opt/" + std::string(90, 'n'), 410},
-    };
-    for (const auto& row : rows) {
-        PromptFixture fixture;
-        const auto prompt = fixture.openAdvanced(queryFor("/x", OPERATION_READ, row.program));
-        EXPECT_EQ(prompt->controls().applicationNamePopUp.frame(), (Rect{130, 276, row.width, 26}));
+    PromptFixture fixture;
+    // 6.5 points a byte and 35 for the arrow; "any process" is the longest at first.
+    const std::pair<std::size_t, double> rows[]
+        = {{2, 35 + 6.5 * 11}, {20, 35 + 6.5 * 20}, {90, 410}};
+    for (const auto& [length, width] : rows) {
+        const auto prompt
+            = fixture.open(queryFor("/x", OPERATION_READ, "/opt/" + std::string(length, 'n')));
+        EXPECT_EQ(prompt->controls().applicationNamePopUp.frame(), (Rect{130, 276, width, 26}));
     }
 }
 
@@ -292,7 +220,7 @@ TEST(AdvancedLoading, RecordsWithoutANulAreReadToTheirEnd)
     fillArray(query.parent_name, 'r', "/");
     fillArray(query.reserved2, 's');
     fillArray(query.cs_info.teamid, 't');
-    const auto prompt = fixture.openAdvanced(query);
+    const auto prompt = fixture.open(query);
     EXPECT_EQ(prompt->controls().filenameTextField.stringValue().size(), 1024U);
     EXPECT_EQ(prompt->controls().applicationParentPathTextField.stringValue(),
         "/" + std::string(1023, 'r') + " (9)");

@@ -1,53 +1,38 @@
 #pragma once
 
-#include "foundation/files.h"
-#include "foundation/property_list.h"
-#include "hosts/simulated/simulated_host.h"
-#include "prompting/permissions_manager.h"
-#include "settings/directories.h"
+#include "support/agent_fixture.h"
 #include "support/queries.h"
-#include "support/temporary_directory.h"
 #include "ui/prompt/prompt_presenter.h"
 #include "ui/prompt/prompt_windows.h"
 #include "ui/prompt/qm_permissions_window.h"
 #include "ui/prompt/qm_simple_permissions_window.h"
-#include "user/user_checks.h"
 
-#include <filesystem>
-#include <initializer_list>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
+#include <type_traits>
 
 namespace vossel::test {
+
+using Lines = std::vector<std::string>;
 
 // Remembers which prompt stands, and what it was told of it.
 class PresenterProbe final : public PromptPresenter {
 public:
     QMPermissionsWindow* advanced = nullptr;
     QMSimplePermissionsWindow* simple = nullptr;
-    std::vector<std::string> calls;
+    Lines calls;
 
-    void promptOpened(QMPermissionsWindow& prompt) override { open(advanced, prompt); }
-    void promptOpened(QMSimplePermissionsWindow& prompt) override { open(simple, prompt); }
-    void promptChanged(QMPermissionsWindow&) override { calls.emplace_back("changed"); }
-    void promptChanged(QMSimplePermissionsWindow&) override { calls.emplace_back("changed"); }
-    void promptClosed(QMPermissionsWindow&) override { close(advanced); }
-    void promptClosed(QMSimplePermissionsWindow&) override { close(simple); }
+    void promptOpened(QMPermissionsWindow& p) override { note("opened", advanced, &p); }
+    void promptOpened(QMSimplePermissionsWindow& p) override { note("opened", simple, &p); }
+    void promptChanged(QMPermissionsWindow& p) override { note("changed", advanced, &p); }
+    void promptChanged(QMSimplePermissionsWindow& p) override { note("changed", simple, &p); }
+    void promptClosed(QMPermissionsWindow&) override { note("closed", advanced, nullptr); }
+    void promptClosed(QMSimplePermissionsWindow&) override { note("closed", simple, nullptr); }
 
 private:
     template <class Prompt>
-    void open(Prompt*& place, Prompt& prompt)
+    void note(const char* call, Prompt*& place, std::type_identity_t<Prompt*> prompt)
     {
-        place = &prompt;
-        calls.emplace_back("opened");
-    }
-    template <class Prompt>
-    void close(Prompt*& place)
-    {
-        place = nullptr;
-        calls.emplace_back("closed");
+        calls.emplace_back(call);
+        place = prompt;
     }
 };
 
@@ -55,89 +40,71 @@ private:
 class DelegateProbe final : public QMPermissionsWindowDelegate,
                             public QMSimplePermissionsWindowDelegate {
 public:
-    std::vector<std::string> handedOver;
+    using Path = std::optional<std::string>;
+    Lines handedOver;
 
-    void didClickAllowWithSelectedPath(const std::optional<std::string>& path,
-        std::int64_t duration, std::int32_t process, std::int32_t operations,
-        const policy_query& query, std::uint32_t pid) override
-    {
-        shaped("allow", path, duration, process, operations, query, pid);
-    }
-    void didClickDenyWithSelectedPath(const std::optional<std::string>& path, std::int64_t duration,
-        std::int32_t process, std::int32_t operations, const policy_query& query,
+    void didClickAllowWithSelectedPath(const Path& path, std::int64_t duration,
+        std::int32_t process, std::int32_t operations, const policy_query& q,
         std::uint32_t pid) override
     {
-        shaped("deny", path, duration, process, operations, query, pid);
+        note("allow", q, duration, path.value_or("none"), {process, operations, pid});
     }
-    void didClickAllowWithQuery(const policy_query& query, std::int64_t duration) override
+    void didClickDenyWithSelectedPath(const Path& path, std::int64_t duration, std::int32_t process,
+        std::int32_t operations, const policy_query& q, std::uint32_t pid) override
     {
-        plain("allow", query, " for " + std::to_string(duration));
+        note("deny", q, duration, path.value_or("none"), {process, operations, pid});
     }
-    void didClickDenyWithQuery(const policy_query& query, std::int64_t duration) override
+    void didClickAllowWithQuery(const policy_query& q, std::int64_t duration) override
     {
-        plain("deny", query, " for " + std::to_string(duration));
+        note("allow", q, duration);
     }
-    void didRequestAdvancedDisplayForQuery(const policy_query& query) override
+    void didClickDenyWithQuery(const policy_query& q, std::int64_t duration) override
     {
-        plain("advanced", query, "");
+        note("deny", q, duration);
+    }
+    void didRequestAdvancedDisplayForQuery(const policy_query& q) override
+    {
+        note("advanced", q, -1);
     }
 
 private:
-    void shaped(const char* decision, const std::optional<std::string>& path, std::int64_t duration,
-        std::int32_t process, std::int32_t operations, const policy_query& query, std::uint32_t pid)
+    // "allow <path> constraint 1 for 2", and of the advanced prompt: the choice, the process tag,
+    // the operations, the process id and the parent.
+    void note(const std::string& decision, const policy_query& query, std::int64_t duration,
+        const std::string& choice = {}, std::initializer_list<std::int64_t> numbers = {})
     {
-        plain(decision, query,
-            " by [" + path.value_or("none") + "] for " + std::to_string(duration) + " process "
-                + std::to_string(process) + " operations " + std::to_string(operations)
-                + " parent [" + std::string(textOf(query.parent_name)) + "] pid "
-                + std::to_string(pid));
-    }
-    void plain(const char* what, const policy_query& query, const std::string& rest)
-    {
-        handedOver.push_back(std::string(what) + " " + std::string(textOf(query.path))
-            + " constraint " + std::to_string(query.constraint_type) + rest);
+        std::string line = decision + " " + std::string(textOf(query.path)) + " constraint "
+            + std::to_string(query.constraint_type) + " for " + std::to_string(duration);
+        if (numbers.size() > 0)
+            line += " by [" + choice + "]";
+        for (const std::int64_t number : numbers)
+            line += " " + std::to_string(number);
+        handedOver.push_back(line + std::string(textOf(query.parent_name)));
     }
 };
 
-// A simulated machine whose product files lie in a temporary folder, with the real broker and the
-// real prompts, on whose screen nothing is drawn.
-struct PromptFixture {
-    TemporaryDirectory directory;
-    Directories directories{directory.path()};
-    SimulatedHost host;
-    UserChecks userChecks{host.host, directories};
-    PermissionsManager broker{host.host, directories, userChecks};
+// The agent's broker with the real prompts, on whose screen nothing is drawn.
+struct PromptFixture : AgentFixture {
     PresenterProbe presenter;
     DelegateProbe delegate;
-    PromptWindows prompts{PromptContext{host.host, directories, broker, presenter}};
+    const PromptContext context{host.host, directories, broker, presenter};
+    PromptWindows windows{context};
     // Of everybody who answers through the broker.
     std::shared_ptr<QueryWait> wait = std::make_shared<QueryWait>();
 
-    PromptFixture()
-    {
-        std::filesystem::create_directories(directories.sharedData());
-        broker.setPromptFactory(&prompts);
-        writePreferences({{"access.user.detail", 2}});
-    }
+    PromptFixture() { broker.setPromptFactory(&windows); }
 
-    void writePreferences(std::initializer_list<std::pair<const char*, std::int64_t>> values)
-    {
-        PropertyList list;
-        for (const auto& [key, value] : values)
-            list.set(key, PropertyList(value));
-        (void)writeFile(
-            directories.preferences(), *writePropertyList(list, PropertyListFormat::Xml));
-    }
     void forbidRules() { std::filesystem::remove_all(directories.sharedData()); }
 
     // A prompt that answers to `delegate`; the broker knows nothing of it.
-    std::shared_ptr<QMPermissionsWindow> openAdvanced(const policy_query& query)
+    template <class Prompt = QMPermissionsWindow>
+    std::shared_ptr<Prompt> open(const policy_query& query)
     {
-        return open<QMPermissionsWindow>(query);
-    }
-    std::shared_ptr<QMSimplePermissionsWindow> openSimple(const policy_query& query)
-    {
-        return open<QMSimplePermissionsWindow>(query);
+        auto prompt = std::make_shared<Prompt>(context);
+        prompt->setPolicyQuery(query);
+        prompt->setDelegate(&delegate);
+        prompt->showWindow();
+        return prompt;
     }
     // A prompt of the broker's, in the mode that the preferences choose.
     void present(const policy_query& query)
@@ -145,36 +112,26 @@ struct PromptFixture {
         broker.presentQueryToUser(query, wait);
         host.mainThread.runPending();
     }
-
-private:
-    template <class Prompt>
-    std::shared_ptr<Prompt> open(const policy_query& query)
-    {
-        auto prompt
-            = std::make_shared<Prompt>(PromptContext{host.host, directories, broker, presenter});
-        prompt->setPolicyQuery(query);
-        prompt->setDelegate(&delegate);
-        prompt->showWindow();
-        return prompt;
-    }
 };
 
 // An image's path less the folders that an installation decides.
 [[nodiscard]] inline std::string describe(const ImageSource& image)
 {
-    static constexpr const char* kinds[] = {"none", "file", "icon of"};
-    std::string text = kinds[static_cast<int>(image.kind)];
-    text += " " + std::filesystem::path(image.path).filename().string();
-    if (image.width > 0)
-        text += " " + std::to_string(static_cast<int>(image.width)) + "x"
-            + std::to_string(static_cast<int>(image.height));
-    return text;
+    static constexpr const char* kinds[] = {"none ", "file ", "icon of "};
+    return kinds[static_cast<int>(image.kind)]
+        + std::filesystem::path(image.path).filename().string();
 }
 
 [[nodiscard]] inline std::string describe(const Button& button, const char* name)
 {
     return name + std::string(button.hidden() ? " hidden" : "")
         + (button.highlighted() ? " highlighted" : "") + (button.on() ? " on" : "");
+}
+
+[[nodiscard]] inline std::string describe(const PromptFrame& frame)
+{
+    return describe(frame.allowButton, "allow") + ", " + describe(frame.denyButton, "deny")
+        + (frame.touchBarLabel.hidden() ? "" : ", on the touch bar");
 }
 
 }
