@@ -1,4 +1,5 @@
 #include "driver/decision_table.h"
+#include "test_agent.h"
 
 #include <gtest/gtest.h>
 
@@ -21,217 +22,143 @@ Access accessTo(const std::string& path, std::int32_t operations = OPERATION_REA
     return access;
 }
 
-user_prompt_response response(PathType type, const std::string& path, std::int32_t operations,
-    std::int32_t process = PROCESS_PROGRAM, Decision decision = DECISION_ALLOW)
+user_prompt_response allow(const std::string& path, PathType type = PATH_EXACT)
 {
-    user_prompt_response made = {};
-    made.duration = DURATION_UNTIL_RESTART;
-    made.decision = decision;
-    made.pathType = type;
-    made.process = process;
-    made.constraint_type = CONSTRAINT_UPDATES_COVERED;
-    made.operations = operations;
-    storeText(made.path, path);
-    return made;
+    return test::answer(DECISION_ALLOW, path, DURATION_UNTIL_RESTART, type);
 }
 
-HeldDecision held(const user_prompt_response& from, const Access& asked, const std::string& id = {})
+// Of an answer about "/g/a".
+HeldDecision held(const user_prompt_response& response, const std::string& fileId = {})
 {
-    return heldDecision(from, asked, id).value_or(HeldDecision());
+    return heldDecision(response, accessTo("/g/a"), fileId).value_or(HeldDecision());
 }
 
 TEST(Decision, CoversFilesByItsPath)
 {
+    const char* const files[] = {"/g/a", "/g/a/b", "/g/a/b/c", "/g/ab", "/g/a.txt", "/g/a.b.txt",
+        "/g/atxt", "/g.txt/a", "/g/.txt"};
     const struct {
         PathType type;
         const char* path;
-        const char* file;
-        bool covered;
+        const char* covered; // of the files, in their order
     } rows[] = {
-        {PATH_PREFIX, "/g/a/", "/g/a/b", true},
-        {PATH_PREFIX, "/g/a/", "/g/a/b/c", true},
-        {PATH_PREFIX, "/g/a/", "/g/a", false},
-        {PATH_PREFIX, "/g/a/", "/g/ab", false},
-        {PATH_PREFIX, "/g/a", "/g/a", true},
-        {PATH_PREFIX, "/g/a", "/g/a/b", true},
-        {PATH_PREFIX, "/g/a", "/g/ab", false},
-        {PATH_PREFIX, "", "/g/a", false},
-        {PATH_EXACT, "/g/a", "/g/a", true},
-        {PATH_EXACT, "/g/a", "/g/a/b", false},
-        {PATH_EXACT, "", "/anything", true},
-        {PATH_EXTENSION, ".txt", "/g/a.txt", true},
-        {PATH_EXTENSION, ".txt", "/g/a.b.txt", true},
-        {PATH_EXTENSION, ".txt", "/g/atxt", false},
-        {PATH_EXTENSION, ".txt", "/g.txt/a", false},
-        {PATH_EXTENSION, ".txt", "/g/.txt", false},
-        {PATH_EXTENSION, ".", "/g/a", false},
-        {PATH_EXTENSION, "", "/g/a", false},
+        {PATH_PREFIX, "/g/a/", "-++------"},
+        {PATH_PREFIX, "/g/a", "+++------"},
+        {PATH_PREFIX, "", "---------"},
+        {PATH_EXACT, "/g/a", "+--------"},
+        {PATH_EXACT, "", "+++++++++"},
+        {PATH_EXTENSION, ".txt", "----++---"},
+        {PATH_EXTENSION, ".", "---------"},
+        {PATH_EXTENSION, "", "---------"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.path) + " for " + row.file);
-        const HeldDecision decision
-            = held(response(row.type, row.path, OPERATION_READ), accessTo("/g/asked"));
-        EXPECT_EQ(covers(decision, accessTo(row.file)), row.covered);
+        std::string covered;
+        for (const char* file : files)
+            covered += covers(held(allow(row.path, row.type)), accessTo(file)) ? '+' : '-';
+        EXPECT_EQ(covered, row.covered) << row.type << " '" << row.path << "'";
     }
 }
 
-TEST(Decision, CoversProgramsByItsScope)
+TEST(Decision, CoversProgramsByItsScopeAndTheirUpdatesWhereItSaysSo)
 {
-    Access same = accessTo("/g/a");
-    Access other = same;
+    Access other = accessTo("/g/a"), elsewhere = other, claimed = other, rewritten = other;
     other.program = program("/usr/bin/tac", 11, "coreutils");
-    Access elsewhere = same;
     elsewhere.parent = program("/usr/bin/zsh", 21);
-    Access both = other;
-    both.parent = elsewhere.parent;
-    Access stranger = both;
-    stranger.ancestors.clear();
-    Access claimed = same;
-    // another file that calls itself cat, run by one that calls itself bash
+    elsewhere.ancestors.clear();
+    // Another file that calls itself cat, run by one that calls itself bash.
     claimed.program = {"/usr/bin/cat", false, 9, 99, 1, ""};
     claimed.parent = {"/usr/bin/bash", false, 9, 98, 1, ""};
     claimed.ancestors = {{"/usr/bin/login", false, 9, 97, 1, ""}};
+    rewritten.program.changed = 200;
+    Access updated = rewritten;
+    updated.program.inode = 11;
+    Access replaced = updated; // by somebody else's file under the same path
+    replaced.program.signature.clear();
+    const Access accesses[]
+        = {accessTo("/g/a"), other, elsewhere, claimed, rewritten, updated, replaced};
 
     const struct {
-        std::int32_t scope;
-        std::string covered; // of: same, other, elsewhere, both, stranger, claimed
+        ProcessScope scope;
+        ConstraintType constraint;
+        const char* covered; // of the accesses, in their order
     } rows[] = {
-        {PROCESS_NONE, "+-+---"},
-        {PROCESS_ANY, "++++++"},
-        {PROCESS_PROGRAM, "+-+---"},
-        {PROCESS_PROGRAM_VIA_PARENT, "+-----"},
-        {PROCESS_ANY_VIA_PARENT, "++----"},
-        {PROCESS_ANY_WITH_ANCESTOR, "++++--"},
+        {PROCESS_NONE, CONSTRAINT_UPDATES_COVERED, "+-+-++-"},
+        {PROCESS_ANY, CONSTRAINT_UPDATES_COVERED, "+++++++"},
+        {PROCESS_PROGRAM, CONSTRAINT_UPDATES_COVERED, "+-+-++-"},
+        {PROCESS_PROGRAM, CONSTRAINT_THIS_VERSION, "+-+----"},
+        {PROCESS_PROGRAM_VIA_PARENT, CONSTRAINT_UPDATES_COVERED, "+---++-"},
+        {PROCESS_ANY_VIA_PARENT, CONSTRAINT_UPDATES_COVERED, "++--+++"},
+        {PROCESS_ANY_WITH_ANCESTOR, CONSTRAINT_UPDATES_COVERED, "++--+++"},
     };
     for (const auto& row : rows) {
-        user_prompt_response from = response(PATH_EXACT, "", OPERATION_READ, row.scope);
-        storeText(from.user_data, "/usr/bin/login");
-        const HeldDecision decision = held(from, same);
+        user_prompt_response response = allow("");
+        response.process = row.scope;
+        response.constraint_type = row.constraint;
+        storeText(response.user_data, "/usr/bin/login");
         std::string covered;
-        for (const Access* access : {&same, &other, &elsewhere, &both, &stranger, &claimed})
-            covered += covers(decision, *access) ? '+' : '-';
+        for (const Access& access : accesses)
+            covered += covers(held(response), access) ? '+' : '-';
         EXPECT_EQ(covered, row.covered) << "scope " << row.scope;
     }
-}
-
-TEST(Decision, OfAUserAboutTheirOwnCoversNobodyElses)
-{
-    user_prompt_response any = response(PATH_EXACT, "", OPERATION_READ, PROCESS_ANY, DECISION_DENY);
-    const auto of = [](std::optional<uid_t> user) {
-        Access access = accessTo("/g/a");
-        access.realUser = user.value_or(access.realUser);
-        return access;
-    };
-    HeldDecision own = held(any, of(1000));
-    own.onlyUser = 1000;
-    const HeldDecision everybodys = held(any, of(1000));
-    for (const std::optional<uid_t> user : std::vector<std::optional<uid_t>>{1000, 1001, 0, {}}) {
-        EXPECT_EQ(covers(own, of(user)), user == 1000u) << user.value_or(-1);
-        EXPECT_TRUE(covers(everybodys, of(user)));
-    }
-    DecisionTable table;
-    table.add(everybodys);
-    own.allow = true;
-    table.add(own);
-    EXPECT_EQ(table.size(), 2u) << "no scope of two users is the same";
-    EXPECT_TRUE(table.judge(of(1000)).isAllow());
-    EXPECT_TRUE(table.judge(of(0)).deny);
-}
-
-TEST(Decision, FollowsUpdatesOnlyWhereTheyAreCovered)
-{
-    Access updated = accessTo("/g/a");
-    updated.program.inode = 11;
-    updated.program.changed = 200;
-    Access replaced = updated;
-    replaced.program.signature.clear();
-    Access rewritten = accessTo("/g/a");
-    rewritten.program.changed = 200;
-
-    user_prompt_response from = response(PATH_EXACT, "", OPERATION_READ);
-    const HeldDecision covering = held(from, accessTo("/g/a"));
-    from.constraint_type = CONSTRAINT_THIS_VERSION;
-    const HeldDecision exact = held(from, accessTo("/g/a"));
-    EXPECT_TRUE(covers(covering, updated));
-    EXPECT_FALSE(covers(covering, replaced)) << "somebody else's file under the same path";
-    EXPECT_FALSE(covers(exact, updated));
-    EXPECT_FALSE(covers(exact, rewritten));
-    EXPECT_TRUE(covers(exact, accessTo("/g/a")));
 }
 
 TEST(Decision, OnAFileHoldsForItsOtherNames)
 {
     Access link = accessTo("/g/link");
     link.fileId = "id";
-    const Access asked = accessTo("/g/a");
-    EXPECT_TRUE(covers(held(response(PATH_EXACT, "/g/a", 1), asked, "id"), link));
-    EXPECT_FALSE(covers(held(response(PATH_PREFIX, "/g/a/", 1), asked, "id"), link));
-    EXPECT_FALSE(covers(held(response(PATH_EXACT, "/g/a", 1), asked, "other"), link));
-    EXPECT_FALSE(covers(held(response(PATH_EXACT, "/g/a", 1), asked, ""), accessTo("/g/b")));
+    EXPECT_TRUE(covers(held(allow("/g/a"), "id"), link));
+    EXPECT_FALSE(covers(held(allow("/g/a/", PATH_PREFIX), "id"), link));
+    EXPECT_FALSE(covers(held(allow("/g/a"), "other"), link));
+    EXPECT_FALSE(covers(held(allow("/g/a")), accessTo("/g/b"))) << "no file has no name";
 }
 
 TEST(Decision, ThatIsNotUnderstoodHoldsForOneAccess)
 {
-    const struct {
-        const char* what;
-        std::int32_t duration, pathType, process, operations;
-    } rows[] = {
-        {"once", DURATION_ONCE, PATH_EXACT, PROCESS_ANY, 1},
-        {"unknown duration", 4, PATH_EXACT, PROCESS_ANY, 1},
-        {"negative duration", -1, PATH_EXACT, PROCESS_ANY, 1},
-        {"unknown path type", 2, 3, PROCESS_ANY, 1},
-        {"negative path type", 2, -1, PROCESS_ANY, 1},
-        {"unknown scope", 2, PATH_EXACT, 4, 1},
-        {"scope beyond the last", 2, PATH_EXACT, 7, 1},
-        {"no operation", 2, PATH_EXACT, PROCESS_ANY, 0},
-        {"unknown operation", 2, PATH_EXACT, PROCESS_ANY, 1 << 20},
-    };
-    for (const auto& row : rows) {
-        user_prompt_response from = response(PATH_EXACT, "", row.operations, row.process);
-        from.duration = row.duration;
-        from.pathType = row.pathType;
-        EXPECT_FALSE(heldDecision(from, accessTo("/g/a"), "id")) << row.what;
+    using R = user_prompt_response;
+    const std::pair<std::int32_t R::*, std::int32_t> rows[]
+        = {{&R::duration, DURATION_ONCE}, {&R::duration, 4}, {&R::duration, -1}, {&R::pathType, 3},
+            {&R::pathType, -1}, {&R::process, 4}, {&R::process, 7}, {&R::operations, 1 << 20}};
+    for (const auto& [field, value] : rows) {
+        R response = allow("");
+        response.*field = value;
+        EXPECT_FALSE(heldDecision(response, accessTo("/g/a"), "id")) << value;
     }
 }
 
-TEST(DecisionTable, JudgesEachOperationByTheNewestAnswer)
+TEST(DecisionTable, JudgesEachOperationByTheNewestAnswerThatHolds)
 {
-    constexpr std::int32_t readWrite = OPERATION_READ | OPERATION_WRITE;
-    const Access asked = accessTo("/g/a");
-    const auto add = [&](DecisionTable& table, std::int32_t operations, Decision decision) {
-        table.add(held(response(PATH_EXACT, "/g/a", operations, PROCESS_PROGRAM, decision), asked));
+    constexpr std::int32_t read = OPERATION_READ, both = OPERATION_READ | OPERATION_WRITE;
+    DecisionTable table;
+    // Adds an answer and judges reading, reading and writing, and user 1000's reading.
+    const auto after = [&](Decision decision, std::int32_t operations,
+                           std::function<bool()> holds = {}, std::optional<uid_t> user = {}) {
+        HeldDecision added = held(allow("/g/a"));
+        added.allow = decision == DECISION_ALLOW;
+        added.operations = operations;
+        added.holds = std::move(holds);
+        added.onlyUser = user;
+        table.add(added);
+        Access reading = accessTo("/g/a"), writing = accessTo("/g/a", both), users = reading;
+        users.realUser = 1000;
+        std::string verdicts;
+        for (const Access& access : {reading, writing, users}) {
+            const DecisionTable::Verdict verdict = table.judge(access);
+            verdicts += verdict.deny ? '-' : verdict.isAllow() ? '+' : '?';
+        }
+        return verdicts;
     };
-    using Verdict = DecisionTable::Verdict;
-    DecisionTable table;
-    EXPECT_EQ(table.judge(asked), (Verdict{false, OPERATION_READ}));
-    add(table, OPERATION_READ, DECISION_ALLOW);
-    EXPECT_TRUE(table.judge(asked).isAllow());
-    EXPECT_EQ(table.judge(accessTo("/g/a", readWrite)), (Verdict{false, OPERATION_WRITE}));
-    add(table, OPERATION_WRITE, DECISION_DENY);
-    EXPECT_EQ(table.judge(accessTo("/g/a", readWrite)), (Verdict{true, 0}));
-    add(table, readWrite, DECISION_ALLOW);
-    EXPECT_TRUE(table.judge(accessTo("/g/a", readWrite)).isAllow());
-
-    const std::size_t size = table.size();
-    add(table, readWrite, DECISION_DENY);
-    EXPECT_EQ(table.size(), size) << "the same scope again takes the place of the one before";
-    EXPECT_TRUE(table.judge(asked).deny);
-}
-
-TEST(DecisionTable, ForgetsWhatNoLongerHolds)
-{
-    const Access asked = accessTo("/g/a");
+    EXPECT_EQ(after(DECISION_ALLOW, read), "+?+");
+    EXPECT_EQ(after(DECISION_DENY, OPERATION_WRITE), "+-+");
+    EXPECT_EQ(after(DECISION_ALLOW, both), "+++");
+    EXPECT_EQ(after(DECISION_DENY, both), "---");
+    EXPECT_EQ(table.size(), 3u) << "the same scope again takes the place of the one before";
+    EXPECT_EQ(after(DECISION_ALLOW, both, {}, 1000), "--+") << "about nobody else";
     bool lives = true;
-    DecisionTable table;
-    table.add(held(response(PATH_EXACT, "/g/a", 1, PROCESS_PROGRAM, DECISION_DENY), asked));
-    HeldDecision shorter = held(response(PATH_EXACT, "/g/a", 1), asked);
-    shorter.holds = [&lives] { return lives; };
-    table.add(shorter);
-    EXPECT_TRUE(table.judge(asked).isAllow());
+    EXPECT_EQ(after(DECISION_ALLOW, both, [&lives] { return lives; }), "+++");
     lives = false;
-    EXPECT_TRUE(table.judge(asked).deny) << "what it hid holds again";
-    table.add(held(response(PATH_EXACT, "/g/b", 1), asked));
-    EXPECT_EQ(table.size(), 2u);
+    EXPECT_TRUE(table.judge(accessTo("/g/a")).deny) << "what it hid holds again";
+    EXPECT_EQ(after(DECISION_DENY, read), "---");
+    EXPECT_EQ(table.size(), 4u) << "what no longer holds is forgotten";
 }
 
 }

@@ -1,10 +1,8 @@
+#include "desk_fixture.h"
 #include "driver/agent_policy.h"
-#include "stepping_driver.h"
+#include "driver/driver_socket.h"
 
-#include <gtest/gtest.h>
-
-#include <fcntl.h>
-#include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -14,92 +12,44 @@ namespace {
 using test::TestAgent;
 using Bytes = TestAgent::Bytes;
 
-// Writes down what gets through to it.
-class RecordingHandler : public SessionHandler {
-public:
-    [[nodiscard]] bool mayControl(const UserClient&) const override { return controllable; }
-    std::int32_t startFilter() override { return note("start"); }
-    std::int32_t stopFilter() override { return note("stop"); }
-    [[nodiscard]] bool isFiltering() const override { return filtering; }
-    std::int32_t deliverResponse(
-        UserClient&, const user_prompt_response& response, bool keyMatches) override
-    {
-        note("response " + std::to_string(response.security_token));
-        return keyMatches ? CALL_DONE : CALL_BAD_KEY;
-    }
-    void portReady(UserClient&) override { note("ready"); }
-    void portGone(UserClient& client) override { note(client.receives ? "replaced" : "gone"); }
-
-    std::int32_t note(const std::string& what)
-    {
-        seen += what + ";";
-        return CALL_DONE;
-    }
-
-    std::string seen;
-    bool controllable = true;
-    bool filtering = true;
-};
-
-class Protocol : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        driver.listen(handler);
-        agent.emplace(driver.agent());
-        ASSERT_TRUE(agent->isConnected());
-    }
-
-    RecordingHandler handler;
-    test::SteppingDriver driver;
-    std::optional<TestAgent> agent;
-};
-
-Bytes sized(std::size_t size)
-{
-    return Bytes(size, 0x41);
-}
+class Protocol : public test::Desk { };
 
 TEST_F(Protocol, RefusesEveryMalformedPacketAndChangesNothing)
 {
-    ASSERT_TRUE(agent->ready());
-    handler.seen.clear();
-    const UniqueFd null(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    TestAgent agent = start();
+    ask("a", "/g/a");
     const UniqueFd stream(::socket(AF_UNIX, SOCK_STREAM, 0));
     const UniqueFd lonely(::socket(AF_UNIX, SOCK_SEQPACKET, 0));
-    int pair[2];
-    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, pair), 0);
-    const UniqueFd one(pair[0]), two(pair[1]);
-    const std::vector<int> tooMany(20, one.get());
+    const int port = agent.port.get();
+    const auto sized = [](std::size_t size) { return Bytes(size, 0x41); };
 
     const struct {
         const char* what;
         std::uint32_t kind, selector;
         Bytes input;
         std::vector<int> descriptors;
-        std::int32_t status;
+        std::int32_t status = CALL_BAD_REQUEST;
+        std::size_t headerSize = sizeof(CallHeader);
     } rows[] = {
-        {"unknown kind", 3, 6, {}, {}, CALL_BAD_REQUEST},
-        {"kind 0", 0, 6, {}, {}, CALL_BAD_REQUEST},
-        {"unknown method", 1, 9, agent->key, {}, CALL_BAD_REQUEST},
-        {"method far beyond", 1, 0xffffffff, agent->key, {}, CALL_BAD_REQUEST},
-        {"start with input", 1, 2, sized(64), {}, CALL_BAD_REQUEST},
-        {"open with input", 1, 6, sized(1), {}, CALL_BAD_REQUEST},
-        {"stop without key", 1, 3, {}, {}, CALL_BAD_REQUEST},
-        {"short key", 1, 7, sized(63), {}, CALL_BAD_REQUEST},
-        {"long key", 1, 7, sized(65), {}, CALL_BAD_REQUEST},
+        {"nothing", 1, 6, {}, {}, CALL_BAD_REQUEST, 0},
+        {"less than a header", 1, 6, {}, {}, CALL_BAD_REQUEST, 7},
+        {"unknown kind", 3, 6, {}, {}},
+        {"unknown method", 1, 9, agent.key, {}},
+        {"start with input", 1, 2, sized(64), {}},
+        {"open with input", 1, 6, sized(1), {}},
+        {"stop without key", 1, 3, {}, {}},
+        {"short key", 1, 7, sized(63), {}},
+        {"long key", 1, 7, sized(65), {}},
         {"wrong key", 1, 3, sized(64), {}, CALL_BAD_KEY},
-        {"wrong key for the port", 1, 11, sized(64), {}, CALL_BAD_KEY},
-        {"short response", 1, 10, sized(2147), {}, CALL_BAD_REQUEST},
-        {"long response", 1, 10, sized(2149), {}, CALL_BAD_REQUEST},
-        {"longer than any packet", 1, 10, sized(20000), {}, CALL_BAD_REQUEST},
-        {"call with a descriptor", 1, 6, {}, {one.get()}, CALL_BAD_REQUEST},
-        {"port without descriptor", 2, 0, {}, {}, CALL_BAD_REQUEST},
-        {"port with two", 2, 0, {}, {one.get(), two.get()}, CALL_BAD_REQUEST},
-        {"port with twenty", 2, 0, {}, tooMany, CALL_BAD_REQUEST},
-        {"port with input", 2, 0, sized(1), {one.get()}, CALL_BAD_REQUEST},
-        {"port with selector", 2, 1, {}, {one.get()}, CALL_BAD_REQUEST},
-        {"port that is a file", 2, 0, {}, {null.get()}, CALL_BAD_PORT},
+        {"short response", 1, 10, sized(2147), {}},
+        {"long response", 1, 10, sized(2149), {}},
+        {"longer than any packet", 1, 10, sized(20000), {}},
+        {"call with a descriptor", 1, 6, {}, {port}},
+        {"port without descriptor", 2, 0, {}, {}},
+        {"port with two", 2, 0, {}, {port, port}},
+        {"port with twenty", 2, 0, {}, std::vector<int>(20, port)},
+        {"port with input", 2, 0, sized(1), {port}},
+        {"port with selector", 2, 1, {}, {port}},
         {"port that is a stream", 2, 0, {}, {stream.get()}, CALL_BAD_PORT},
         {"port without other end", 2, 0, {}, {lonely.get()}, CALL_BAD_PORT},
     };
@@ -108,130 +58,111 @@ TEST_F(Protocol, RefusesEveryMalformedPacketAndChangesNothing)
     const auto before = descriptors();
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
-        EXPECT_EQ(agent->packet(row.kind, row.selector, row.input, row.descriptors), row.status);
-        EXPECT_TRUE(agent->output.empty());
+        EXPECT_EQ(agent.packet(row.kind, row.selector, row.input, row.descriptors, row.headerSize),
+            row.status);
+        EXPECT_TRUE(agent.output.empty());
     }
-    for (const std::size_t size : {0u, 1u, 7u})
-        EXPECT_EQ(agent->exchange(sized(size)), CALL_BAD_REQUEST) << size << " bytes in all";
     EXPECT_EQ(descriptors(), before) << "every descriptor that nobody asked for is closed";
-    EXPECT_EQ(handler.seen, "");
-    EXPECT_EQ(agent->call(METHOD_FILTER_STATUS, agent->key), CALL_DONE) << "the session lives on";
+    EXPECT_EQ(agent.call(METHOD_FILTER_STATUS, agent.key), CALL_DONE) << "the session lives on";
+    EXPECT_EQ(outcomes, "");
+    reply(agent, "/g/a", test::answer(DECISION_ALLOW, "/g/a"));
 }
 
-TEST_F(Protocol, CarriesOutTheMethodTable)
+TEST_F(Protocol, TakesTheNewestKeyAlone)
 {
-    EXPECT_EQ(agent->registerPort(), CALL_NO_SESSION);
-    EXPECT_EQ(agent->call(METHOD_FILTER_STATUS, sized(64)), CALL_NO_SESSION);
-    ASSERT_EQ(agent->openSession(), CALL_DONE);
-    const Bytes first = agent->key;
-    ASSERT_EQ(agent->openSession(), CALL_DONE);
-    ASSERT_EQ(agent->key.size(), sessionKeySize);
-    EXPECT_NE(agent->key, first);
-    EXPECT_EQ(agent->call(METHOD_FILTER_STATUS, first), CALL_BAD_KEY) << "only the newest counts";
-    Bytes almost = agent->key;
+    start();
+    driver->step();
+    TestAgent agent = driver->agent();
+    EXPECT_EQ(agent.registerPort(), CALL_NO_SESSION);
+    EXPECT_EQ(agent.call(METHOD_FILTER_STATUS, Bytes(64)), CALL_NO_SESSION);
+    ASSERT_EQ(agent.openSession(), CALL_DONE);
+    const Bytes first = agent.key;
+    ASSERT_TRUE(agent.ready());
+    Bytes almost = agent.key;
     almost.back() ^= 1;
-    EXPECT_EQ(agent->call(METHOD_STOP_FILTER, almost), CALL_BAD_KEY);
-
-    EXPECT_EQ(agent->call(METHOD_START_FILTER), CALL_DONE);
-    EXPECT_EQ(agent->call(METHOD_STOP_FILTER, agent->key), CALL_DONE);
-    EXPECT_EQ(agent->call(METHOD_RELOAD_RULES, agent->key), CALL_DONE);
-    EXPECT_EQ(agent->call(METHOD_RELOAD_QUIET, agent->key), CALL_DONE);
-    EXPECT_EQ(agent->respond({}, 42), CALL_DONE);
-    handler.filtering = false;
-    EXPECT_EQ(agent->call(METHOD_FILTER_STATUS, agent->key), CALL_NOT_FILTERING);
-    handler.controllable = false;
-    EXPECT_EQ(agent->call(METHOD_START_FILTER), CALL_NOT_PERMITTED);
-    EXPECT_EQ(agent->call(METHOD_STOP_FILTER, agent->key), CALL_NOT_PERMITTED);
-    EXPECT_EQ(handler.seen, "start;stop;response 42;");
+    ask("a", "/g/a");
+    const std::uint32_t query = agent.nextQuery().security_token;
+    const Bytes newest = agent.key;
+    for (const Bytes& key : {first, almost, newest}) {
+        const std::int32_t status = key == newest ? CALL_DONE : CALL_BAD_KEY;
+        agent.key = key;
+        EXPECT_EQ(agent.respond({}, query), status);
+        EXPECT_EQ(agent.call(METHOD_RELOAD_RULES, key), status);
+        EXPECT_EQ(agent.call(METHOD_RELOAD_QUIET, key), status);
+        EXPECT_EQ(agent.call(METHOD_FILTER_STATUS, key), status);
+        EXPECT_EQ(agent.call(METHOD_STOP_FILTER, key), status);
+    }
+    EXPECT_EQ(agent.call(METHOD_FILTER_STATUS, newest), CALL_NOT_FILTERING);
+    EXPECT_EQ(outcomes, "a+");
 }
 
 TEST_F(Protocol, KeepsAReleasedPortOpenUntilItIsReplaced)
 {
-    ASSERT_TRUE(agent->ready());
-    EXPECT_EQ(agent->call(METHOD_RELEASE_PORT, agent->key), CALL_DONE);
-    notifyFilterStopped(driver.server);
+    TestAgent agent = start();
+    EXPECT_EQ(agent.call(METHOD_RELEASE_PORT, agent.key), CALL_DONE);
+    notifyFilterStopped(driver->server);
+    EXPECT_FALSE(agent.hasNext()) << "neither message nor end";
+    const UniqueFd released(agent.port.release());
+    ASSERT_TRUE(agent.ready());
     char byte;
-    EXPECT_EQ(::recv(agent->port.get(), &byte, 1, MSG_DONTWAIT), -1) << "neither message nor end";
-    const UniqueFd released(agent->port.release());
-    ASSERT_TRUE(agent->ready());
     EXPECT_EQ(::recv(released.get(), &byte, 1, MSG_DONTWAIT), 0);
-    notifyFilterStopped(driver.server);
-    const auto message = agent->next();
-    ASSERT_TRUE(message);
-    EXPECT_EQ(message->size(), messagePayloadOffset);
-    const UniqueFd replaced(agent->port.release());
-    EXPECT_EQ(agent->registerPort(), CALL_DONE);
-    agent->disconnect();
-    driver.step();
-    EXPECT_EQ(handler.seen, "ready;gone;ready;replaced;ready;gone;");
-    EXPECT_TRUE(driver.server.clients().empty());
+    ask("a", "/g/a");
+    EXPECT_NE(agent.nextQuery().security_token, 0u);
+    EXPECT_EQ(agent.registerPort(), CALL_DONE);
+    EXPECT_NE(agent.nextQuery().security_token, 0u) << "on the new port again";
 }
 
 TEST_F(Protocol, NeverWaitsForAnAgentThatDoesNotRead)
 {
-    ASSERT_TRUE(agent->ready());
-    UserClient& client = *driver.server.clients().begin()->second;
-    const std::vector<std::byte> message(sizeof(policy_query_message));
-    Sent sent = Sent::Yes;
-    for (int i = 0; i < 100000 && sent == Sent::Yes; ++i)
-        sent = driver.server.notify(client, message);
-    ASSERT_EQ(sent, Sent::Full);
-    while (agent->hasNext() && handler.seen == "ready;")
-        static_cast<void>(agent->next());
-    EXPECT_EQ(handler.seen, "ready;ready;") << "told once there is room again";
-    agent->port.reset();
-    driver.step();
-    EXPECT_EQ(driver.server.notify(client, message), Sent::Gone);
+    TestAgent agent = start();
+    UserClient& client = *driver->server.clients().begin()->second;
+    const std::vector<std::byte> message(100);
+    while (driver->server.notify(client, message) == Sent::Yes) { }
+    ask("a", "/g/a");
+    Bytes last;
+    while (agent.hasNext())
+        last = agent.next();
+    EXPECT_EQ(last.size(), sizeof(policy_query_message)) << "sent once there is room again";
 }
 
 TEST_F(Protocol, BoundsTheConnectionsOfAUser)
 {
+    start();
+    driver->step();
+    ASSERT_EQ(::chmod(driver->folder.path().c_str(), 0755), 0);
     std::vector<TestAgent> agents;
-    while (agents.size() < SessionServer::mostConnections + 8) {
-        agents.push_back(driver.agent());
-        driver.step();
+    const auto connect = [&](std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i, driver->step())
+            agents.push_back(driver->agent());
+        return driver->server.clients().size();
+    };
+    static_cast<void>(::seteuid(4711)); // where this is root, whose connections are not counted
+    EXPECT_EQ(connect(20), SessionServer::mostConnectionsPerUser);
+    static_cast<void>(::seteuid(::getuid()));
+    if (::getuid() == 0) {
+        EXPECT_EQ(connect(250), SessionServer::mostConnections);
     }
-    const std::size_t most
-        = ::getuid() == 0 ? SessionServer::mostConnections : SessionServer::mostConnectionsPerUser;
-    EXPECT_EQ(driver.server.clients().size(), most);
-    EXPECT_EQ(agent->openSession(), CALL_DONE) << "who came in time is served";
+    EXPECT_EQ(agents[0].openSession(), CALL_DONE) << "who came in time is served";
 }
 
 TEST(DriverSocket, IsTakenOverOnlyWhenNobodyAnswers)
 {
-    RecordingHandler handler;
     const test::TemporaryDirectory folder;
-    EventLoop loop;
     // An address holds no path as long as the second.
-    for (const std::string& prefix : {folder.path(), folder / std::string(200, 'p')}) {
-        const std::string path = prefix + "/run/vossel/VosselDriver.sock";
+    for (const std::string& prefix : {folder / "short", folder / std::string(200, 'p')}) {
+        const std::string path = prefix + "/run/VosselDriver.sock";
         {
-            SessionServer first(loop), second(loop);
-            const Result<bool> listening = first.listen(path, handler);
+            const Result<UniqueFd> listening = listenAt(path);
             ASSERT_TRUE(listening) << listening.reason();
             EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0666));
-            EXPECT_NE(
-                second.listen(path, handler).reason().find("another driver"), std::string::npos);
+            EXPECT_NE(listenAt(path).reason().find("another driver"), std::string::npos);
         }
-        EXPECT_FALSE(fileExists(path)) << "removed at the end";
-        {
-            const UniqueFd stale(::socket(AF_UNIX, SOCK_SEQPACKET, 0));
-            sockaddr_un address = {};
-            address.sun_family = AF_UNIX;
-            std::strncpy(address.sun_path, (folder / "stale").c_str(), sizeof address.sun_path - 1);
-            ASSERT_EQ(
-                ::bind(stale.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-            std::filesystem::rename(folder / "stale", path);
-        }
-        SessionServer third(loop);
-        EXPECT_TRUE(third.listen(path, handler));
+        EXPECT_TRUE(listenAt(path)) << "a dead driver left its socket";
     }
-    const std::string file = folder / "file";
-    ASSERT_TRUE(writeFile(file, "kept"));
-    SessionServer fourth(loop);
-    EXPECT_FALSE(fourth.listen(file, handler));
-    EXPECT_TRUE(fileExists(file));
-    EXPECT_FALSE(fourth.listen(folder / std::string(120, 'x'), handler));
+    ASSERT_TRUE(writeFile(folder / "file", "kept"));
+    EXPECT_FALSE(listenAt(folder / "file"));
+    EXPECT_FALSE(listenAt(folder / std::string(120, 'x')));
+    EXPECT_TRUE(fileExists(folder / "file"));
 }
 
 TEST(AgentPolicy, RanksAgents)

@@ -5,20 +5,11 @@
 #include "support/temporary_directory.h"
 #include "test_agent.h"
 
-#include <stdexcept>
-
 namespace vossel::test {
 
 // A driver's socket in a temporary layout, worked by hand: whoever waits lets it take one step.
 class SteppingDriver {
 public:
-    void listen(SessionHandler& handler)
-    {
-        if (const Result<bool> listening = server.listen(path(), handler); !listening)
-            throw std::runtime_error(listening.reason());
-    }
-    [[nodiscard]] std::string path() const { return Directories(folder_.path()).driverSocket(); }
-    [[nodiscard]] const std::string& folder() const { return folder_.path(); }
     // What is there now, without waiting.
     void step()
     {
@@ -34,17 +25,14 @@ public:
     }
     [[nodiscard]] TestAgent agent()
     {
-        return TestAgent(path(), [this] { step(); });
+        return TestAgent(path, [this] { step(); });
     }
 
-    std::function<void()> afterStep;
-
-private:
-    TemporaryDirectory folder_;
-
-public:
+    const TemporaryDirectory folder;
+    const std::string path = Directories(folder.path()).driverSocket();
     EventLoop loop;
     SessionServer server{loop};
+    std::function<void()> afterStep;
 };
 
 }

@@ -10,11 +10,9 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <chrono>
+#include <algorithm>
 #include <cstring>
 #include <functional>
-#include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -27,26 +25,23 @@ public:
     using Bytes = std::vector<std::uint8_t>;
 
     explicit TestAgent(const std::string& path, std::function<void()> step = {})
-        : step_(std::move(step))
-        , call_(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0))
+        : socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0))
+        , step_(std::move(step))
     {
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
-        std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-        if (::connect(call_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address)
-            != 0)
-            call_.reset();
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        const auto* where = reinterpret_cast<const sockaddr*>(&address);
+        if (::connect(socket.get(), where, sizeof address) != 0)
+            socket.reset();
     }
 
-    [[nodiscard]] bool isConnected() const { return static_cast<bool>(call_); }
     // Opens a session and registers a port.
     bool ready() { return openSession() == CALL_DONE && registerPort() == CALL_DONE; }
-
     std::int32_t openSession()
     {
         const std::int32_t status = call(METHOD_OPEN_SESSION);
-        if (status == CALL_DONE)
-            key = output;
+        key = output;
         return status;
     }
     std::int32_t registerPort()
@@ -62,62 +57,43 @@ public:
     {
         return packet(PACKET_CALL, selector, input, {});
     }
-    std::int32_t packet(std::uint32_t kind, std::uint32_t selector, const Bytes& input,
-        const std::vector<int>& descriptors)
+    // Any packet, its header cut to `headerSize`; the status, or -1 when none came.
+    std::int32_t packet(std::uint32_t kind, std::uint32_t selector, Bytes input,
+        const std::vector<int>& descriptors, std::size_t headerSize = sizeof(CallHeader))
     {
-        Bytes bytes(sizeof(CallHeader));
-        const CallHeader header = {kind, selector};
-        std::memcpy(bytes.data(), &header, sizeof header);
-        bytes.insert(bytes.end(), input.begin(), input.end());
-        return exchange(bytes, descriptors);
-    }
-    // Any packet; the status, or -1 when none came.
-    std::int32_t exchange(const Bytes& bytes, const std::vector<int>& descriptors = {})
-    {
-        iovec part = {const_cast<std::uint8_t*>(bytes.data()), bytes.size()};
-        std::vector<char> control(CMSG_SPACE(descriptors.size() * sizeof(int)));
-        msghdr message = {};
-        message.msg_iov = &part;
-        message.msg_iovlen = 1;
-        if (!descriptors.empty()) {
-            message.msg_control = control.data();
-            message.msg_controllen = control.size();
-            cmsghdr* rights = CMSG_FIRSTHDR(&message);
-            rights->cmsg_level = SOL_SOCKET;
-            rights->cmsg_type = SCM_RIGHTS;
-            rights->cmsg_len = CMSG_LEN(descriptors.size() * sizeof(int));
-            std::memcpy(CMSG_DATA(rights), descriptors.data(), descriptors.size() * sizeof(int));
-        }
-        if (::sendmsg(call_.get(), &message, MSG_NOSIGNAL) < 0)
+        CallHeader header = {kind, selector};
+        iovec parts[] = {{&header, headerSize}, {input.data(), input.size()}};
+        const std::size_t size = descriptors.size() * sizeof(int);
+        const cmsghdr rights = {CMSG_LEN(size), SOL_SOCKET, SCM_RIGHTS};
+        std::vector<char> control(CMSG_SPACE(size));
+        std::memcpy(control.data(), &rights, sizeof rights);
+        std::copy_n(
+            reinterpret_cast<const char*>(descriptors.data()), size, control.data() + CMSG_LEN(0));
+        const msghdr message
+            = {nullptr, 0, parts, 2, control.data(), size > 0 ? control.size() : 0, 0};
+        if (::sendmsg(socket.get(), &message, MSG_NOSIGNAL) < 0)
             return -1;
-        const std::optional<Bytes> reply = receive(call_.get());
+        output = receive(socket.get());
         std::int32_t status = -1;
-        if (!reply || reply->size() < sizeof status)
+        if (output.size() < sizeof status)
             return -1;
-        std::memcpy(&status, reply->data(), sizeof status);
-        output.assign(reply->begin() + sizeof status, reply->end());
+        std::memcpy(&status, output.data(), sizeof status);
+        output.erase(output.begin(), output.begin() + sizeof status);
         return status;
     }
 
-    // The next notification whole; nothing when the driver closed the port or none comes.
-    std::optional<Bytes> next() { return receive(port.get()); }
-    std::optional<policy_query> nextQuery()
+    // The next notification; empty when the driver closed the port or none comes.
+    Bytes next() { return receive(port.get()); }
+    // The next notification as a query; all zero where it is none.
+    policy_query nextQuery()
     {
-        const std::optional<Bytes> bytes = next();
-        policy_query_message message;
-        if (!bytes || bytes->size() != sizeof message)
-            return std::nullopt;
-        std::memcpy(&message, bytes->data(), sizeof message);
-        return message.type == MSG_POLICY_QUERY ? std::optional(message.policy_query_)
-                                                : std::nullopt;
+        policy_query_message message = {};
+        if (const Bytes bytes = next(); bytes.size() == sizeof message)
+            std::memcpy(&message, bytes.data(), sizeof message);
+        return message.type == MSG_POLICY_QUERY ? message.policy_query_ : policy_query();
     }
     // Whether a notification is there, without waiting for one.
-    bool hasNext()
-    {
-        for (int i = 0; i < 4 && step_; ++i)
-            step_();
-        return waitFor(port.get(), 0);
-    }
+    bool hasNext() { return comes(port.get(), 0); }
     std::int32_t respond(user_prompt_response response, std::uint32_t token)
     {
         response.security_token = token;
@@ -125,45 +101,35 @@ public:
         const auto* bytes = reinterpret_cast<const std::uint8_t*>(&response);
         return call(METHOD_DELIVER_RESPONSE, Bytes(bytes, bytes + sizeof response));
     }
-    void disconnect()
-    {
-        call_.reset();
-        port.reset();
-    }
 
     Bytes key;
     Bytes output; // of the last call
+    UniqueFd socket;
     UniqueFd port;
 
 private:
-    static bool waitFor(int fd, int milliseconds)
+    bool comes(int fd, int milliseconds)
     {
         pollfd query = {fd, POLLIN, 0};
-        return ::poll(&query, 1, milliseconds) > 0;
-    }
-    std::optional<Bytes> receive(int fd)
-    {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (!waitFor(fd, step_ ? 0 : 20000)) {
-            if (!step_ || std::chrono::steady_clock::now() > end)
-                return std::nullopt;
+        for (int i = 0; i < 8 && step_ && ::poll(&query, 1, 0) == 0; ++i)
             step_();
-        }
+        return ::poll(&query, 1, step_ ? 0 : milliseconds) > 0;
+    }
+    Bytes receive(int fd)
+    {
         Bytes bytes(largestPacket);
-        const ssize_t size = ::recv(fd, bytes.data(), bytes.size(), 0);
-        if (size <= 0)
-            return std::nullopt;
-        bytes.resize(static_cast<std::size_t>(size));
+        const ssize_t size
+            = comes(fd, 20000) ? ::recv(fd, bytes.data(), bytes.size(), MSG_DONTWAIT) : 0;
+        bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
         return bytes;
     }
 
     std::function<void()> step_;
-    UniqueFd call_;
 };
 
 // An answer of a person: this file, this program, every operation.
-inline user_prompt_response answer(
-    Decision decision, Duration duration, std::string_view path, PathType type = PATH_EXACT)
+inline user_prompt_response answer(Decision decision, std::string_view path,
+    Duration duration = DURATION_ONCE, PathType type = PATH_EXACT)
 {
     user_prompt_response response = {};
     response.decision = decision;

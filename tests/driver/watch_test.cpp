@@ -1,11 +1,10 @@
-#include "program.h"
 #include "settings/directories.h"
+#include "support/child_process.h"
 #include "support/temporary_directory.h"
 #include "test_agent.h"
 
 #include <gtest/gtest.h>
 
-#include <errno.h>
 #include <sys/fanotify.h>
 #include <sys/inotify.h>
 #include <sys/mman.h>
@@ -13,6 +12,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <sched.h>
 
@@ -20,7 +20,7 @@ namespace vossel {
 namespace {
 
 using test::answer;
-using test::Program;
+using test::ChildProcess;
 using test::TestAgent;
 
 const std::string driverProgram = VOSSEL_DRIVER_PROGRAM;
@@ -31,12 +31,11 @@ class WatchStory : public testing::Test {
 protected:
     void SetUp() override
     {
-        if (::unshare(CLONE_NEWNS) != 0
-            || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-            GTEST_SKIP() << "no mount namespace of one's own: " << errorText(errno);
         std::filesystem::create_directory(guarded);
-        if (::mount("tmpfs", guarded.c_str(), "tmpfs", 0, nullptr) != 0)
-            GTEST_SKIP() << "no tmpfs: " << errorText(errno);
+        if (::unshare(CLONE_NEWNS) != 0
+            || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
+            || ::mount("tmpfs", guarded.c_str(), "tmpfs", 0, nullptr) != 0)
+            GTEST_SKIP() << "no mount namespace of one's own: " << errorText(errno);
         mounted = true;
         const UniqueFd probe(::fanotify_init(FAN_CLASS_CONTENT, O_RDONLY));
         if (!probe
@@ -45,7 +44,6 @@ protected:
                 != 0)
             GTEST_SKIP() << "no fanotify permission events: " << errorText(errno);
         ASSERT_TRUE(writeFile(a, "secret\n"));
-        ASSERT_TRUE(writeFile(guarded + "/b", "other\n"));
     }
     void TearDown() override
     {
@@ -56,116 +54,95 @@ protected:
     }
     void start(const std::string& byDefault = "allow")
     {
-        driver = std::make_unique<Program>(std::vector<std::string>{driverProgram, "--prefix",
-            folder.path(), "--watch", guarded, "--default", byDefault, "--user", "root"});
-        ASSERT_TRUE(driver->writes("watching " + guarded + "\nready\n")) << driver->output();
+        // It ends with the test, however that ends.
+        driver.reset(new ChildProcess(
+            {"setpriv", "--pdeathsig", "KILL", driverProgram, "--prefix", folder.path(), "--watch",
+                guarded, "--default", byDefault, "--user", "root"},
+            errors));
+        ASSERT_EQ(driver->readLine(), "watching " + guarded);
+        ASSERT_EQ(driver->readLine(), "ready");
         agent = std::make_unique<TestAgent>(Directories(folder.path()).driverSocket());
-        ASSERT_TRUE(agent->isConnected() && agent->ready());
+        ASSERT_TRUE(agent->ready());
+    }
+    void stop()
+    {
+        driver->signal(SIGTERM);
+        EXPECT_EQ(driver->wait(), 0);
     }
     // The next query, which must be about this; answers it.
     void reply(
         const std::string& path, std::int32_t operation, const user_prompt_response& response)
     {
-        const std::optional<policy_query> query = agent->nextQuery();
-        ASSERT_TRUE(query) << path;
-        EXPECT_EQ(textOf(query->path), path);
-        EXPECT_EQ(query->operation, operation);
-        EXPECT_EQ(agent->respond(response, query->security_token), CALL_DONE);
+        const policy_query query = agent->nextQuery();
+        EXPECT_EQ(textOf(query.path), path);
+        EXPECT_EQ(query.operation, operation);
+        EXPECT_EQ(agent->respond(response, query.security_token), CALL_DONE);
     }
-    static std::vector<std::string> shell(const std::string& script)
+    void allow(const std::string& path, std::int32_t operation)
     {
-        return {"/bin/sh", "-c", script};
+        reply(path, operation, answer(DECISION_ALLOW, path));
     }
-    static constexpr int notIn32Bits = 77;
-    // Replaces this process by way of the 32-bit convention; returns where there is none.
-    static int startIn32Bits(const std::string& program, const std::string& argument)
+    void deny(const std::string& path, std::int32_t operation)
     {
-#ifdef __x86_64__
-        constexpr std::size_t size = 8192;
-        void* const low = ::mmap(
-            nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_32BIT, -1, 0);
-        if (low == MAP_FAILED || program.size() + argument.size() > size / 2)
-            return notIn32Bits;
-        auto* const text = static_cast<char*>(low);
-        auto* const second = std::strcpy(text, program.c_str()) + program.size() + 1;
-        std::strcpy(second, argument.c_str());
-        auto* const words = reinterpret_cast<std::uint32_t*>(text + size / 2);
-        const auto place = [](const void* p) {
-            return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(p));
-        };
-        words[0] = place(text);
-        words[1] = place(second);
-        std::signal(SIGSEGV, [](int) { ::_exit(notIn32Bits); });
-        long call = 11; // execve
-        __asm__ volatile("int $0x80"
-                         : "+a"(call)
-                         : "b"(place(text)), "c"(place(words)), "d"(place(words + 2))
-                         : "memory", "r8", "r9", "r10", "r11");
-#endif
-        return notIn32Bits;
+        reply(path, operation, answer(DECISION_DENY, path));
     }
-    static std::string realPath(const std::string& path)
+    [[nodiscard]] ChildProcess run(const std::vector<std::string>& command) const
     {
-        return std::filesystem::canonical(path).string();
+        return ChildProcess(command, errors);
     }
+    [[nodiscard]] ChildProcess shell(const std::string& script) const
+    {
+        return run({"/bin/sh", "-c", script});
+    }
+    [[nodiscard]] ChildProcess cat(const std::string& path) const { return run({"cat", path}); }
+    [[nodiscard]] std::string said() const { return *readFile(errors, 4096); }
 
     test::TemporaryDirectory folder;
+    const std::string errors = folder / "errors";
     const std::string guarded = folder / "guarded";
     const std::string a = guarded + "/a";
     bool mounted = false;
-    std::unique_ptr<Program> driver;
+    std::unique_ptr<ChildProcess> driver;
     std::unique_ptr<TestAgent> agent;
 };
 
 TEST_F(WatchStory, AllowLetsReadAndDenyRefuses)
 {
     start();
-    {
-        Program reader({"/bin/cat", a});
-        const std::optional<policy_query> query = agent->nextQuery();
-        ASSERT_TRUE(query);
-        EXPECT_EQ(textOf(query->path), a);
-        EXPECT_EQ(query->operation, OPERATION_READ);
-        EXPECT_EQ(query->pid, reader.pid());
-        EXPECT_EQ(query->ppid, ::getpid());
-        EXPECT_EQ(textOf(query->process_name), realPath("/bin/cat"));
-        EXPECT_EQ(textOf(query->parent_name), realPath("/proc/self/exe"));
-        EXPECT_EQ(agent->respond(answer(DECISION_ALLOW, DURATION_ONCE, a), query->security_token),
-            CALL_DONE);
-        EXPECT_EQ(reader.output(), "secret\n");
-        EXPECT_EQ(reader.wait(), 0);
-    }
-    Program refused({"/bin/cat", a});
-    reply(a, OPERATION_READ, answer(DECISION_DENY, DURATION_ONCE, a));
+    ChildProcess reader = cat(a);
+    const policy_query query = agent->nextQuery();
+    EXPECT_EQ(textOf(query.path), a);
+    EXPECT_EQ(query.operation, OPERATION_READ);
+    EXPECT_EQ(query.pid, reader.pid());
+    EXPECT_EQ(query.ppid, ::getpid());
+    EXPECT_EQ(textOf(query.process_name), std::filesystem::canonical("/bin/cat").string());
+    EXPECT_EQ(textOf(query.parent_name), std::filesystem::canonical("/proc/self/exe").string());
+    EXPECT_EQ(agent->respond(answer(DECISION_ALLOW, a), query.security_token), CALL_DONE);
+    EXPECT_EQ(reader.readLine(), "secret");
+    ChildProcess refused = cat(a);
+    deny(a, OPERATION_READ);
     EXPECT_EQ(refused.wait(), 1);
-    EXPECT_NE(refused.output().find("Operation not permitted"), std::string::npos);
-    // The agent's own process is never asked about.
-    EXPECT_TRUE(opensForReading(a));
+    EXPECT_TRUE(opensForReading(a)) << "the agent's own process is never asked about";
 }
 
 TEST_F(WatchStory, DecisionsHoldAsLongAsTheySay)
 {
     start();
-    const std::string twice = "read x < " + a + "; read y < " + a + "; echo $x $y";
     for (int i = 0; i < 2; ++i) {
-        Program reader(shell(twice));
-        reply(a, OPERATION_READ, answer(DECISION_ALLOW, DURATION_UNTIL_QUIT, a));
-        EXPECT_EQ(reader.output(), "secret secret\n") << "asked once, and again for the next one";
+        ChildProcess reader = shell("read x < " + a + "; read y < " + a + "; echo $x $y");
+        reply(a, OPERATION_READ, answer(DECISION_ALLOW, a, DURATION_UNTIL_QUIT));
+        EXPECT_EQ(reader.readLine(), "secret secret") << "asked once, and again for the next one";
     }
-    {
-        Program first({"/bin/cat", a});
-        reply(a, OPERATION_READ,
-            answer(DECISION_DENY, DURATION_UNTIL_RESTART, guarded + "/", PATH_PREFIX));
-        EXPECT_EQ(first.wait(), 1);
-    }
-    Program second({"/bin/cat", a});
-    EXPECT_EQ(second.wait(), 1);
+    ChildProcess first = cat(a);
+    reply(a, OPERATION_READ,
+        answer(DECISION_DENY, guarded + "/", DURATION_UNTIL_RESTART, PATH_PREFIX));
+    EXPECT_EQ(first.wait(), 1);
+    EXPECT_EQ(cat(a).wait(), 1);
     EXPECT_FALSE(agent->hasNext());
-    driver->signal(SIGTERM);
-    EXPECT_EQ(driver->wait(), 0);
+    stop();
     start();
-    Program third({"/bin/cat", a});
-    reply(a, OPERATION_READ, answer(DECISION_ALLOW, DURATION_ONCE, a));
+    ChildProcess third = cat(a);
+    allow(a, OPERATION_READ);
     EXPECT_EQ(third.wait(), 0);
 }
 
@@ -173,33 +150,23 @@ TEST_F(WatchStory, AnAgentThatVanishesLeavesNobodyBlocked)
 {
     for (const std::string byDefault : {"allow", "deny"}) {
         start(byDefault);
-        Program first({"/bin/cat", a});
-        ASSERT_TRUE(agent->nextQuery());
-        agent->disconnect();
+        ChildProcess first = cat(a);
+        ASSERT_EQ(textOf(agent->nextQuery().path), a);
+        agent.reset();
         EXPECT_EQ(first.wait(), byDefault == "allow" ? 0 : 1);
-        Program second({"/bin/cat", a});
-        EXPECT_EQ(second.wait(), byDefault == "allow" ? 0 : 1);
-        driver->signal(SIGTERM);
-        EXPECT_EQ(driver->wait(), 0);
+        EXPECT_EQ(cat(a).wait(), byDefault == "allow" ? 0 : 1);
+        stop();
     }
 }
 
 TEST_F(WatchStory, AStoppedDriverLetsEverybodyGo)
 {
     start();
-    Program reader({"/bin/cat", a});
-    ASSERT_TRUE(agent->nextQuery());
-    driver->signal(SIGTERM);
-    EXPECT_EQ(driver->wait(), 0);
-    EXPECT_EQ(reader.output(), "secret\n");
+    ChildProcess reader = cat(a);
+    ASSERT_EQ(textOf(agent->nextQuery().path), a);
+    stop();
+    EXPECT_EQ(reader.readLine(), "secret");
     EXPECT_FALSE(fileExists(Directories(folder.path()).driverSocket()));
-
-    start();
-    Program another({"/bin/cat", a});
-    ASSERT_TRUE(agent->nextQuery());
-    driver->signal(SIGKILL);
-    driver->wait();
-    EXPECT_EQ(another.output(), "secret\n") << "the kernel lets them go where the driver cannot";
 }
 
 TEST_F(WatchStory, AsksOnceForAProgramStart)
@@ -208,50 +175,52 @@ TEST_F(WatchStory, AsksOnceForAProgramStart)
     const std::string own = guarded + "/cat";
     std::filesystem::copy_file("/bin/cat", own);
     start();
-    {
-        Program refused(shell(own + " " + a));
-        reply(own, OPERATION_EXECUTE, answer(DECISION_DENY, DURATION_ONCE, own));
-        EXPECT_EQ(refused.wait(), 126);
-    }
-    Program started(shell(own + " " + a));
-    reply(own, OPERATION_EXECUTE, answer(DECISION_ALLOW, DURATION_ONCE, own));
-    const std::optional<policy_query> query = agent->nextQuery();
-    ASSERT_TRUE(query);
-    EXPECT_EQ(textOf(query->path), a);
-    EXPECT_EQ(textOf(query->process_name), own);
-    EXPECT_EQ(query->reserved1, CODE_SIGN_UNSIGNED);
-    EXPECT_EQ(
-        agent->respond(answer(DECISION_ALLOW, DURATION_ONCE, a), query->security_token), CALL_DONE);
-    EXPECT_EQ(started.output(), "secret\n");
+    ChildProcess refused = shell(own + " " + a);
+    deny(own, OPERATION_EXECUTE);
+    EXPECT_EQ(refused.wait(), 126);
+    ChildProcess started = shell(own + " " + a);
+    allow(own, OPERATION_EXECUTE);
+    const policy_query query = agent->nextQuery();
+    EXPECT_EQ(textOf(query.path), a);
+    EXPECT_EQ(textOf(query.process_name), own);
+    EXPECT_EQ(query.reserved1, CODE_SIGN_UNSIGNED);
+    EXPECT_EQ(agent->respond(answer(DECISION_ALLOW, a), query.security_token), CALL_DONE);
+    EXPECT_EQ(started.readLine(), "secret");
 }
 
+#ifdef __x86_64__
 TEST_F(WatchStory, AsksOnceForAProgramStartOfAnotherConvention)
 {
-    const std::string own = guarded + "/cat";
-    std::filesystem::copy_file("/bin/cat", own);
-    start();
-    const pid_t child = ::fork();
-    if (child == 0)
-        ::_exit(startIn32Bits(own, "--version"));
-    const UniqueFd handle(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
-    // Whether a query comes before the end.
-    const auto isAsked = [&] {
-        pollfd either[] = {{agent->port.get(), POLLIN, 0}, {handle.get(), POLLIN, 0}};
-        return ::poll(either, 2, 20000) > 0 && (either[0].revents & POLLIN) != 0;
+    const std::string own = guarded + "/true";
+    std::filesystem::copy_file("/bin/true", own);
+    void* const low = ::mmap(
+        nullptr, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_32BIT, -1, 0);
+    ASSERT_NE(low, MAP_FAILED);
+    own.copy(static_cast<char*>(low), 4095);
+    // Becomes that program by the 32-bit convention, which not every machine has.
+    const auto startIn32Bits = [low] {
+        const pid_t child = ::fork();
+        long call = 11; // execve
+        if (child == 0) {
+            __asm__ volatile("int $0x80"
+                             : "+a"(call)
+                             : "b"(low), "c"(0), "d"(0)
+                             : "memory", "r8", "r9", "r10", "r11");
+            ::_exit(1);
+        }
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        return status;
     };
-    const bool possible = isAsked();
-    if (possible)
-        reply(own, OPERATION_EXECUTE, answer(DECISION_ALLOW, DURATION_ONCE, own));
-    const bool askedAgain = possible && isAsked();
-    if (askedAgain)
-        ::kill(child, SIGKILL);
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_FALSE(askedAgain);
-    if (!possible && WIFEXITED(status) && WEXITSTATUS(status) == notIn32Bits)
+    if (startIn32Bits() != 0)
         GTEST_SKIP() << "no 32-bit calls on this machine";
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    start();
+    auto status = std::async(std::launch::async, startIn32Bits);
+    reply(own, OPERATION_EXECUTE, answer(DECISION_ALLOW, own));
+    EXPECT_EQ(status.get(), 0);
+    EXPECT_FALSE(agent->hasNext());
 }
+#endif
 
 TEST_F(WatchStory, TellsCreationFromWritingAndLeavesNothingBehind)
 {
@@ -259,26 +228,21 @@ TEST_F(WatchStory, TellsCreationFromWritingAndLeavesNothingBehind)
     const std::string made = guarded + "/new";
     const UniqueFd changes(::inotify_init1(IN_CLOEXEC));
     ASSERT_GE(::inotify_add_watch(changes.get(), guarded.c_str(), IN_DELETE), 0);
-    {
-        Program refused(shell("echo x > " + made));
-        reply(made, OPERATION_CREATE, answer(DECISION_DENY, DURATION_ONCE, made));
-        EXPECT_NE(refused.wait(), 0);
-    }
+    ChildProcess refused = shell("echo x > " + made);
+    deny(made, OPERATION_CREATE);
+    EXPECT_NE(refused.wait(), 0);
     pollfd deletion = {changes.get(), POLLIN, 0};
     EXPECT_EQ(::poll(&deletion, 1, 20000), 1);
     EXPECT_FALSE(fileExists(made));
 
-    Program writer(shell("echo x > " + made + "; echo y >> " + made + "; cat " + made));
-    reply(made, OPERATION_CREATE, answer(DECISION_ALLOW, DURATION_ONCE, made));
-    reply(made, OPERATION_WRITE, answer(DECISION_ALLOW, DURATION_ONCE, made));
-    reply(made, OPERATION_READ, answer(DECISION_ALLOW, DURATION_ONCE, made));
-    EXPECT_EQ(writer.output(), "x\ny\n");
-    Program denied(shell("echo z > " + made));
-    reply(made, OPERATION_WRITE, answer(DECISION_DENY, DURATION_ONCE, made));
+    ChildProcess writer = shell("echo x > " + made + "; echo y >> " + made);
+    allow(made, OPERATION_CREATE);
+    allow(made, OPERATION_WRITE);
+    EXPECT_EQ(writer.wait(), 0);
+    ChildProcess denied = shell("echo z > " + made);
+    deny(made, OPERATION_WRITE);
     EXPECT_NE(denied.wait(), 0);
-    Program reader({"/bin/cat", made});
-    reply(made, OPERATION_READ, answer(DECISION_ALLOW, DURATION_ONCE, made));
-    EXPECT_EQ(reader.output(), "x\ny\n") << "neither cut nor removed";
+    EXPECT_EQ(*readFile(made, 100), "x\ny\n") << "neither cut nor removed";
 }
 
 TEST_F(WatchStory, KnowsAFileUnderEveryMount)
@@ -286,63 +250,47 @@ TEST_F(WatchStory, KnowsAFileUnderEveryMount)
     const std::string elsewhere = folder / "elsewhere";
     std::filesystem::create_directory(elsewhere);
     start();
-    Program hidden({"unshare", "-m", "/bin/sh", "-c",
+    ChildProcess hidden = run({"unshare", "-m", "/bin/sh", "-c",
         "mount --bind " + guarded + " " + elsewhere + " && umount " + guarded + " && cat "
             + elsewhere + "/a"});
-    reply(a, OPERATION_READ, answer(DECISION_DENY, DURATION_UNTIL_RESTART, a));
+    reply(a, OPERATION_READ, answer(DECISION_DENY, a, DURATION_UNTIL_RESTART));
     EXPECT_EQ(hidden.wait(), 1);
     ASSERT_EQ(::link(a.c_str(), (guarded + "/link").c_str()), 0);
-    Program linked({"/bin/cat", guarded + "/link"});
-    EXPECT_EQ(linked.wait(), 1) << "the same file under another name";
+    EXPECT_EQ(cat(guarded + "/link").wait(), 1) << "the same file under another name";
     EXPECT_FALSE(agent->hasNext());
 
     // A program that only calls itself cat, in a mount namespace of its own, is another one.
-    Program impostor({"unshare", "-m", "/bin/sh", "-c",
+    ChildProcess impostor = run({"unshare", "-m", "/bin/sh", "-c",
         "mount --bind /usr/bin/head /usr/bin/cat && exec /usr/bin/cat " + a});
-    reply(a, OPERATION_READ, answer(DECISION_ALLOW, DURATION_ONCE, a));
-    EXPECT_EQ(impostor.output(), "secret\n");
+    allow(a, OPERATION_READ);
+    EXPECT_EQ(impostor.readLine(), "secret");
 }
 
-TEST_F(WatchStory, CarriesAHundredProgramsThroughOneAgent)
+TEST_F(WatchStory, CarriesManyProgramsThroughOneAgent)
 {
     start();
-    std::vector<std::unique_ptr<Program>> readers;
-    for (int i = 0; i < 100; ++i) {
-        const std::string path = guarded + "/b" + std::to_string(i % 10);
-        if (i < 10) {
-            ASSERT_TRUE(writeFile(path, "other\n"));
-        }
-        readers.push_back(std::make_unique<Program>(std::vector<std::string>{"/bin/cat", path}));
-    }
-    int asked = 0;
-    for (; asked < 10; ++asked) {
-        const std::optional<policy_query> query = agent->nextQuery();
-        ASSERT_TRUE(query);
-        ASSERT_EQ(
-            agent->respond(answer(DECISION_ALLOW, DURATION_UNTIL_RESTART, textOf(query->path)),
-                query->security_token),
-            CALL_DONE);
-    }
-    for (const auto& reader : readers)
-        EXPECT_EQ(reader->output(), "other\n");
+    ChildProcess readers = shell("for i in $(seq 100); do cat " + a + " & done; wait");
+    reply(a, OPERATION_READ, answer(DECISION_ALLOW, a, DURATION_UNTIL_RESTART));
+    for (int i = 0; i < 100; ++i)
+        ASSERT_EQ(readers.readLine(), "secret") << i;
     EXPECT_FALSE(agent->hasNext());
 }
 
 TEST_F(WatchStory, RefusesWhatItMustNotGuard)
 {
     std::filesystem::create_directory(guarded + "/inner");
-    for (const std::string& path : {std::string("/"), std::string("/usr"), guarded + "/inner",
-             guarded + "/a", guarded + "/missing"}) {
-        Program refused({driverProgram, "--prefix", folder.path(), "--watch", path});
+    for (const std::string& path :
+        {std::string("/"), std::string("/usr"), guarded + "/inner", a, guarded + "/missing"}) {
+        ChildProcess refused = run({driverProgram, "--prefix", folder.path(), "--watch", path});
         EXPECT_EQ(refused.wait(), 2) << path;
-        EXPECT_NE(refused.output().find(path), std::string::npos) << refused.output();
+        EXPECT_NE(said().find(path), std::string::npos) << said();
     }
     ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);
     std::filesystem::copy_file(driverProgram, folder / "driver");
-    Program powerless({"setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups",
-        folder / "driver", "--prefix", folder / "own", "--watch", guarded});
+    ChildProcess powerless = run({"setpriv", "--reuid", "65534", "--regid", "65534",
+        "--clear-groups", folder / "driver", "--prefix", folder / "own", "--watch", guarded});
     EXPECT_EQ(powerless.wait(), 2);
-    EXPECT_NE(powerless.output().find("rights"), std::string::npos) << powerless.output();
+    EXPECT_NE(said().find("rights"), std::string::npos) << said();
 }
 
 TEST(DriverProgram, SaysInOneSentenceWhatIsWrong)
@@ -354,15 +302,14 @@ TEST(DriverProgram, SaysInOneSentenceWhatIsWrong)
     const test::TemporaryDirectory folder;
     for (std::vector<std::string> command : wrong) {
         command.insert(command.begin(), {driverProgram, "--prefix", folder.path()});
-        Program driver(command);
-        EXPECT_EQ(driver.wait(), 2) << command.back();
-        const std::string& output = driver.output();
-        EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 1) << output;
+        EXPECT_EQ(ChildProcess(command, folder / "errors").wait(), 2) << command.back();
+        const std::string said = *readFile(folder / "errors", 4096);
+        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
     }
     for (const char* option : {"--help", "--version"}) {
-        Program driver({driverProgram, option});
+        ChildProcess driver({driverProgram, option}, "/dev/null");
+        EXPECT_TRUE(driver.readLine());
         EXPECT_EQ(driver.wait(), 0);
-        EXPECT_FALSE(driver.output().empty());
     }
 }
 

@@ -131,15 +131,11 @@ TEST(PropertyList, ReadsWhatOthersWrite)
 
 TEST(PropertyList, RealsDoNotFollowTheLocale)
 {
-    const std::string before = std::setlocale(LC_NUMERIC, nullptr);
-    bool comma = false;
-    for (const auto* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "es_ES.UTF-8", "it_IT.UTF-8"})
-        comma = comma || std::setlocale(LC_NUMERIC, name);
-    if (!comma)
+    if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8"))
         GTEST_SKIP() << "no locale with a decimal comma is installed";
     const auto read = parsePropertyList(xml("<real>1.5</real>"));
     const auto written = writePropertyList(List(0.25), Format::Xml);
-    std::setlocale(LC_NUMERIC, before.c_str());
+    std::setlocale(LC_NUMERIC, "C");
     ASSERT_TRUE(read && written);
     EXPECT_EQ(*read, List(1.5));
     EXPECT_NE(written->find("0.25"), std::string::npos) << *written;
@@ -147,37 +143,33 @@ TEST(PropertyList, RealsDoNotFollowTheLocale)
 
 TEST(PropertyList, RefusesXmlThatIsNotWhollyAList)
 {
-    const std::string refused[] = {"", " ", "<", "<plist>", "text", "<dict/>", "<plist/>", xml(""),
-        xml("<foo/>"), xml("<true/><true/>"), xml("<true/>") + "x", xml("<true/>") + xml("<true/>"),
-        xml("<true/>x"), xml("<true>x</true>"), xml("<array>x</array>"), xml("<array></dict>"),
-        xml("<array a='b'/>"), xml("<plist><true/></plist>"), xml("<key>a</key>"),
-        xml("<array><key>a</key></array>"), xml("<string>a<true/></string>"),
-        xml("<string>&x;</string>"), xml("<string>a & b</string>"), xml("<string>\xFF</string>"),
-        xml("<string>&#xD800;</string>"), xml("<string>\1</string>"), xml("<string>&#1;</string>"),
-        xml("<string>&#0;</string>"), xml("<string>a\0b</string>"s),
-        xml("<dict><key>a\0b</key><true/></dict>"s), xml("<dict><true/></dict>"),
-        xml("<dict><key>a</key></dict>"), xml("<dict><key>a</key><key>b</key></dict>"),
-        xml("<dict><key>a</key><true/><key>&#97;</key><true/></dict>"),
-        xml("<dict><key>CF</key><true/><true/></dict>"), xml("<integer>x</integer>"),
-        xml("<integer/>"), xml("<integer>5x</integer>"), xml("<integer>1 2</integer>"),
-        xml("<integer>010</integer>"), xml("<integer>--1</integer>"),
-        xml("<integer>9223372036854775808</integer>"),
-        xml("<integer>-9223372036854775809</integer>"), xml("<integer>&#53;</integer>"),
-        xml("<integer><!-- -->5</integer>"), xml("<real>1,5</real>"), xml("<real/>"),
-        xml("<real>+-1</real>"), xml("<real>1e999</real>"), xml("<date/>"),
-        xml("<date>2001-02-29T00:00:00Z</date>"), xml("<date>2001-01-01 00:00:00Z</date>"),
-        xml("<date>2001-01-01T24:00:00Z</date>"), xml("<date>1932-12-13T20:45:52Z</date>"),
-        xml("<date>2069-01-19T03:14:08Z</date>"), xml("<data>AAE</data>"), xml("<data>AA=A</data>"),
-        xml("<data>A===</data>"), xml("<data>!AAA</data>"),
-        "<!DOCTYPE plist [<!ENTITY x \"y\">]>" + xml("<true/>"), xml("<!DOCTYPE plist><true/>"),
-        xml("<true/><!-- "), xml("<string><?x?></string>"),
-        xml(repeated("<array>", 129) + repeated("</array>", 129)),
-        xml(repeated("<array>", 200'000) + repeated("</array>", 200'000)),
-        repeated("<array>", 300'000), xml("<array>" + repeated("<true/>", 1'000'001) + "</array>"),
-        xml("<string>" + repeated("&amp;", 3'000'000) + "</string>"),
-        xml("<string>" + std::string(16 * 1024 * 1024, 'a') + "</string>")};
-    for (const auto& bytes : refused)
+    const std::string wholes[] = {"", " ", "<", "<plist>", "text", "<dict/>", "<plist/>",
+        xml("<true/>") + "x", xml("<true/>") + xml("<true/>"), repeated("<array>", 300'000),
+        "<!DOCTYPE plist [<!ENTITY x \"y\">]>" + xml("<true/>")};
+    for (const auto& bytes : wholes)
         EXPECT_FALSE(parsePropertyList(bytes)) << bytes.substr(0, 120);
+    const std::string values[] = {"", "<foo/>", "<true/><true/>", "<true/>x", "<true>x</true>",
+        "<array>x</array>", "<array></dict>", "<array a='b'/>", "<plist><true/></plist>",
+        "<key>a</key>", "<array><key>a</key></array>", "<string>a<true/></string>",
+        "<string>&x;</string>", "<string>a & b</string>", "<string>\xFF</string>",
+        "<string>&#xD800;</string>", "<string>\1</string>", "<string>&#0;</string>",
+        "<string>a\0b</string>"s, "<dict><true/></dict>", "<dict><key>a</key></dict>",
+        "<dict><key>a</key><key>b</key></dict>",
+        "<dict><key>a</key><true/><key>&#97;</key><true/></dict>", "<integer>x</integer>",
+        "<integer/>", "<integer>1 2</integer>", "<integer>010</integer>",
+        "<integer>9223372036854775808</integer>", "<integer>-9223372036854775809</integer>",
+        "<integer>&#53;</integer>", "<integer><!-- -->5</integer>", "<real>1,5</real>",
+        "<real>+-1</real>", "<real>1e999</real>", "<date>2001-02-29T00:00:00Z</date>",
+        "<date>2001-01-01 00:00:00Z</date>", "<date>2001-01-01T24:00:00Z</date>",
+        "<date>1932-12-13T20:45:52Z</date>", "<date>2069-01-19T03:14:08Z</date>",
+        "<data>AAE</data>", "<data>AA=A</data>", "<data>A===</data>", "<data>!AAA</data>",
+        "<!DOCTYPE plist><true/>", "<true/><!-- ", "<string><?x?></string>",
+        repeated("<array>", 129) + repeated("</array>", 129),
+        "<array>" + repeated("<true/>", 1'000'001) + "</array>",
+        "<string>" + repeated("&amp;", 3'000'000) + "</string>",
+        "<string>" + std::string(16 * 1024 * 1024, 'a') + "</string>"};
+    for (const auto& value : values)
+        EXPECT_FALSE(parsePropertyList(xml(value))) << value.substr(0, 120);
     EXPECT_TRUE(
         parsePropertyList(xml(repeated("<array>", 128) + "<true/>" + repeated("</array>", 128))));
 }
@@ -204,20 +196,19 @@ TEST(PropertyList, RefusesBinariesThatAreHostile)
     deepSecond.emplace_back("\xA1\2");
 
     const std::vector<std::string> refused[] = {doubling, sharedData, deepSecond, {"\xA1\0"s},
-        {"\xA1\1", "\xA1\0"s}, {"\xD1\1\0"s, "\x51z"}, {"\xD1\1\1", "\x09"},
-        {"\xD2\1\2\3\3", "\x51z", "\x51z", "\x09"}, {"\xD2\1\2\3\3", "\x51z", "\x61\0z"s, "\x09"},
-        {"\xA1\5"}, {"\x53z\0z"s}, {"\x52z\xFF"}, {"\x62\0a\0\0"s}, {"\x62\xD8\0\0a"s},
-        {"\x61\xDC\0"s}, {"\x61\xD8\0"s}, {"\0"s}, {"\x0F"}, {"\x80\5"}, {"\xC1\1", "\x09"},
-        {"\x72zz"}, {"\x14" + std::string(16, '\xFF')}, {"\x21\0\0"s},
-        {"\x33\x7F\xF8\0\0\0\0\0\0"s}, {"\x33\x43\xAB\xC1\x6D\x67\x4E\xC8\0"s},
-        {"\x5F\x13\x80" + std::string(7, '\0')}, {"\xAF\x13" + std::string(8, '\xFF')},
-        {"\x5F\x22\0\0\0\0"s}, {"\x5F"}, {"\x5F\x13\1"}, {"\x13\1"}, {"\x59z"}};
+        {"\xA1\1", "\xA1\0"s}, {"\xD1\1\1", "\x09"}, {"\xD2\1\2\3\3", "\x51z", "\x51z", "\x09"},
+        {"\xD2\1\2\3\3", "\x51z", "\x61\0z"s, "\x09"}, {"\xA1\5"}, {"\x53z\0z"s}, {"\x52z\xFF"},
+        {"\x62\xD8\0\0a"s}, {"\x61\xDC\0"s}, {"\x61\xD8\0"s}, {"\0"s}, {"\x0F"}, {"\x80\5"},
+        {"\xC1\1", "\x09"}, {"\x14" + std::string(16, '\xFF')}, {"\x21\0\0"s},
+        {"\x33\x7F\xF8\0\0\0\0\0\0"s}, {"\x5F\x13\x80" + std::string(7, '\0')},
+        {"\xAF\x13" + std::string(8, '\xFF')}, {"\x5F\x22\0\0\0\0"s}, {"\x5F"}, {"\x5F\x13\1"},
+        {"\x13\1"}, {"\x59z"}};
     for (const auto& objects : refused)
         EXPECT_FALSE(parsePropertyList(binary(objects)))
             << testing::PrintToString(objects).substr(0, 120);
     EXPECT_FALSE(parsePropertyList(binary(deep, 2)));
-    EXPECT_FALSE(parsePropertyList(binary({"\x09"}, 0)));
-    EXPECT_FALSE(parsePropertyList(binary({"\x09"}, 9)));
+    for (const unsigned char referenceSize : {0, 9})
+        EXPECT_FALSE(parsePropertyList(binary({"\x09"}, referenceSize)));
     EXPECT_FALSE(parsePropertyList(binary({"\x09"}, 1, 1)));
     EXPECT_FALSE(parsePropertyList("bplist01" + binary({"\x09"}).substr(8)));
     EXPECT_TRUE(parsePropertyList(binary({"\x09"})));
@@ -231,37 +222,25 @@ List withKeys(int count)
     return List(std::move(entries));
 }
 
-TEST(PropertyList, BoundsTheKeysOfDictionaries)
-{
-    for (const auto format : {Format::Xml, Format::Binary}) {
-        const auto most = writePropertyList(withKeys(10'000), format);
-        ASSERT_TRUE(most) << most.reason();
-        EXPECT_EQ(*parsePropertyList(*most), withKeys(10'000));
-        EXPECT_FALSE(writePropertyList(withKeys(10'001), format));
-        const List two(List::Array{withKeys(8'000), withKeys(8'000)});
-        EXPECT_FALSE(writePropertyList(two, format));
-    }
-    EXPECT_FALSE(
-        parsePropertyList(xml("<dict>" + repeated("<key>a</key><true/>", 10'001) + "</dict>")));
-}
-
 TEST(PropertyList, WritesOnlyWhatReadsBackTheSame)
 {
-    const List control(List::Array{text("\x1B")});
+    const List control(text("\x1B"));
     EXPECT_FALSE(writePropertyList(control, Format::Xml));
-    const auto bytes = writePropertyList(control, Format::Binary);
-    ASSERT_TRUE(bytes);
-    EXPECT_EQ(*parsePropertyList(*bytes), control);
+    EXPECT_EQ(*parsePropertyList(*writePropertyList(control, Format::Binary)), control);
 
+    const List kept[] = {nested(128), withKeys(10'000)};
     const List refused[] = {List("a\0b"s), text("\xFF"), List(List::Date{2147483648.0}),
         List(List::Date{std::nan("")}), List(List::Dictionary{{"a\0b"s, List()}}), nested(129),
-        List(List::Dictionary{{"a", List()}, {"a", List()}})};
+        List(List::Dictionary{{"a", List()}, {"a", List()}}), withKeys(10'001),
+        List(List::Array{withKeys(8'000), withKeys(8'000)})};
     for (const auto format : {Format::Xml, Format::Binary}) {
+        for (const auto& list : kept) {
+            const auto bytes = writePropertyList(list, format);
+            ASSERT_TRUE(bytes) << bytes.reason();
+            EXPECT_EQ(*parsePropertyList(*bytes), list);
+        }
         for (const auto& list : refused)
-            EXPECT_FALSE(writePropertyList(list, format));
-        const auto deepest = writePropertyList(nested(128), format);
-        ASSERT_TRUE(deepest);
-        EXPECT_EQ(*parsePropertyList(*deepest), nested(128));
+            EXPECT_FALSE(writePropertyList(list, format)) << &list - refused;
     }
 }
 
@@ -272,17 +251,14 @@ TEST(PropertyList, ReadsNumbersAndTruthFromEveryKind)
         List list;
         std::int64_t integer;
         bool truth;
-    } rows[] = {{List(std::int64_t{-7}), -7, true}, {List(std::int64_t{0}), 0, false},
-        {List(true), 1, true}, {List(false), 0, false}, {List(-2.9), -2, true},
-        {List(0.5), 0, true}, {List(-0.0), 0, false}, {List(1e30), Limits::max(), true},
-        {List(-1e30), Limits::min(), true}, {List(9223372036854775808.0), Limits::max(), true},
-        {List(std::nan("")), 0, true}, {text(" \n+12x"), 12, true}, {text("-3"), -3, true},
-        {text("+-3"), 0, false}, {text("00"), 0, false}, {text("-007"), -7, true},
+    } rows[] = {{List(std::int64_t{-7}), -7, true}, {List(true), 1, true}, {List(-2.9), -2, true},
+        {List(0.5), 0, true}, {List(9223372036854775808.0), Limits::max(), true},
+        {List(-1e30), Limits::min(), true}, {List(std::nan("")), 0, true},
+        {text(" \n+12x"), 12, true}, {text("+-3"), 0, false}, {text("-007"), -7, true},
         {text("99999999999999999999"), Limits::max(), true},
         {text("-99999999999999999999"), Limits::min(), true}, {text("yes"), 0, true},
-        {text(" +0True"), 0, true}, {text("no"), 0, false}, {text(""), 0, false},
-        {text("++1"), 0, false}, {List(List::Data{"1"}), 0, false}, {List(List::Date{5}), 0, false},
-        {List(), 0, false}, {List(List::Array{List(true)}), 0, false}};
+        {text(" +0True"), 0, true}, {text("no"), 0, false}, {List(List::Date{5}), 0, false},
+        {List(List::Array{List(true)}), 0, false}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.list.string() ? *row.list.string() : std::to_string(&row - rows));
         EXPECT_EQ(row.list.integerValue(), row.integer);
@@ -290,16 +266,13 @@ TEST(PropertyList, ReadsNumbersAndTruthFromEveryKind)
     }
 }
 
-TEST(PropertyList, FindsAndSetsKeys)
+TEST(PropertyList, SetsEachKeyOnce)
 {
     List list(true);
-    EXPECT_EQ(list.find("a"), nullptr);
     list.set("a", text("1"));
     list.set("b", List(false));
     list.set("a", text("2"));
     EXPECT_EQ(list, List(List::Dictionary{{"a", text("2")}, {"b", List(false)}}));
-    ASSERT_NE(list.find("b"), nullptr);
-    EXPECT_EQ(*list.find("b"), List(false));
     EXPECT_EQ(list.find("c"), nullptr);
 }
 
@@ -310,8 +283,6 @@ TEST(PropertyList, FailuresNameTheFile)
     EXPECT_NE(readPropertyList(path).reason().find(path), std::string::npos);
     ASSERT_TRUE(writeFile(path, "no list"));
     EXPECT_NE(readPropertyList(path).reason().find(path), std::string::npos);
-    ASSERT_TRUE(writeFile(path, xml("<true/>")));
-    EXPECT_EQ(*readPropertyList(path), List(true));
 }
 
 }

@@ -14,6 +14,7 @@
 #include <atomic>
 #include <csignal>
 #include <future>
+#include <semaphore>
 #include <thread>
 
 namespace vossel {
@@ -21,103 +22,69 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(LinuxClockTest, WaitsForAPredicateOrADeadline)
+TEST(LinuxClockTest, WaitsForAPredicateADeadlineOrTheEnd)
 {
     LinuxClock clock;
     std::mutex lock;
     std::condition_variable condition;
     bool done = false;
     std::unique_lock guard(lock);
-    const auto never = [&done] { return done; };
+    const auto isDone = [&done] { return done; };
     const auto before = clock.now();
-    EXPECT_FALSE(clock.waitUntil(guard, condition, before + 20ms, never));
+    EXPECT_FALSE(clock.waitUntil(guard, condition, before + 20ms, isDone));
     EXPECT_GE(clock.now() - before, 20ms);
-    EXPECT_FALSE(clock.waitUntil(guard, condition, Clock::Instant::min(), never));
-
-    std::thread setter([&] {
+    EXPECT_FALSE(clock.waitUntil(guard, condition, Clock::Instant::min(), isDone));
+    const std::jthread setter([&] {
         const std::lock_guard inner(lock);
         done = true;
         condition.notify_all();
     });
-    EXPECT_TRUE(clock.waitUntil(guard, condition, Clock::Instant::max(), never));
+    EXPECT_TRUE(clock.waitUntil(guard, condition, Clock::Instant::max(), isDone));
     guard.unlock();
-    setter.join();
-}
 
-TEST(LinuxClockTest, StoppingEndsEverySleep)
-{
-    LinuxClock clock;
-    EXPECT_TRUE(clock.sleep(1ms));
     EXPECT_TRUE(clock.sleep(-1ms));
     auto sleeper
         = std::async(std::launch::async, [&clock] { return clock.sleep(Clock::Duration::max()); });
     clock.stop();
     EXPECT_FALSE(sleeper.get());
-    EXPECT_FALSE(clock.sleep(1h));
 }
 
 TEST(LinuxThreadLauncherTest, ManyThreadsWaitAtOnceAndAllAreJoined)
 {
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-    constexpr int count = 500; // one checker has room for some thousands, the other takes its time
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer) || __has_feature(address_sanitizer)
-    constexpr int count = 500;
-#else
-    constexpr int count = 10'000;
-#endif
-#else
-    constexpr int count = 10'000;
-#endif
     std::promise<void> go;
     const auto gone = go.get_future().share();
-    std::atomic<int> ran = 0;
-    LinuxThreadLauncher launcher;
-    int started = 0;
-    while (started < count && launcher.launch("query", [&ran, gone] {
-        gone.wait();
-        ++ran;
-    }))
-        ++started;
-    EXPECT_FALSE(launcher.joinAll(0ms));
-    go.set_value();
-    EXPECT_TRUE(launcher.joinAll(60s));
-    EXPECT_EQ(ran, started);
-    if (started < count)
-        GTEST_SKIP() << "the system gave " << started << " threads only";
-}
-
-TEST(LinuxThreadLauncherTest, AThreadIsNamedAndItsExceptionLogged)
-{
-    std::promise<std::string> logged;
-    setLogSink([&logged](std::string_view line) { logged.set_value(std::string(line)); });
-    char name[32] = {};
-    {
-        LinuxThreadLauncher launcher;
-        ASSERT_TRUE(launcher.launch("a name that is far too long", [&name] {
-            ::pthread_getname_np(::pthread_self(), name, sizeof name);
-            throw std::runtime_error("out of cheese");
-        }));
-    }
-    setLogSink({});
-    EXPECT_STREQ(name, "a name that is ");
-    EXPECT_NE(logged.get_future().get().find("out of cheese"), std::string::npos);
-}
-
-TEST(LinuxThreadLauncherTest, AThreadMayLaunchAnother)
-{
     std::atomic<int> ran = 0;
     std::function<void()> next; // older than the launcher, whose end waits for those who use it
     {
         LinuxThreadLauncher launcher;
         next = [&] {
-            if (++ran < 50) {
+            gone.wait();
+            if (++ran < 600) {
                 EXPECT_TRUE(launcher.launch("chain", next));
             }
         };
-        ASSERT_TRUE(launcher.launch("chain", next));
+        for (int i = 0; i < 500; ++i)
+            ASSERT_TRUE(launcher.launch("query", next));
+        EXPECT_FALSE(launcher.joinAll(0ms));
+        go.set_value();
     }
-    EXPECT_EQ(ran, 50);
+    EXPECT_EQ(ran, 500 + 599);
+}
+
+TEST(LinuxThreadLauncherTest, AThreadIsNamedAndItsExceptionLogged)
+{
+    std::string logged;
+    setLogSink([&logged](std::string_view line) { logged = line; });
+    char name[32] = {};
+    LinuxThreadLauncher launcher;
+    ASSERT_TRUE(launcher.launch("a name that is far too long", [&name] {
+        ::pthread_getname_np(::pthread_self(), name, sizeof name);
+        throw std::runtime_error("out of cheese");
+    }));
+    EXPECT_TRUE(launcher.joinAll(60s));
+    setLogSink({});
+    EXPECT_STREQ(name, "a name that is ");
+    EXPECT_NE(logged.find("out of cheese"), std::string::npos);
 }
 
 TEST(LinuxProcessControlTest, HangUpsReachTheHandlerAndNobodyElse)
@@ -126,16 +93,11 @@ TEST(LinuxProcessControlTest, HangUpsReachTheHandlerAndNobodyElse)
     LinuxThreadLauncher launcher;
     LinuxProcessControl control(launcher);
     ASSERT_EQ(::kill(::getpid(), SIGHUP), 0) << "without a handler it has no effect";
-
-    for (const char* round : {"first", "second"}) {
-        std::promise<std::thread::id> called;
-        std::atomic<bool> once = false;
-        control.onHangUp([&] {
-            if (!once.exchange(true))
-                called.set_value(std::this_thread::get_id());
-        });
+    for (int round = 0; round < 2; ++round) {
+        std::counting_semaphore called(0);
+        control.onHangUp([&called] { called.release(); });
         ASSERT_EQ(::kill(::getpid(), SIGHUP), 0);
-        EXPECT_NE(called.get_future().get(), std::this_thread::get_id()) << round;
+        EXPECT_TRUE(called.try_acquire_for(20s));
         control.onHangUp({}); // what the handler uses may go now
     }
 }
@@ -152,12 +114,6 @@ bool attaches()
     return status != 0;
 }
 
-bool linkReadable(const char* path)
-{
-    char target[1];
-    return ::readlink(path, target, sizeof target) > 0;
-}
-
 // What the program itself reads of itself must stay readable.
 TEST(LinuxProcessControlTest, DebuggersOfTheSameUserAreKeptOut)
 {
@@ -172,15 +128,8 @@ TEST(LinuxProcessControlTest, DebuggersOfTheSameUserAreKeptOut)
         LinuxProcessControl control(launcher);
         control.denyDebuggers();
         test::say(out, attaches() ? "attached;" : "refused;");
-        for (const char* own : {"/proc/self/stat", "/proc/self/status", "/proc/self/mountinfo",
-                 "/proc/self/cgroup", "/proc/self/maps"})
-            if (!opensForReading(own))
-                test::say(out, std::string(own) + " unreadable;");
-        for (const char* own : {"/proc/self/exe", "/proc/self/fd/1"})
-            if (!linkReadable(own))
-                test::say(out, std::string(own) + " unreadable;");
-        if (!isDirectory("/proc/self/fd/" + std::to_string(::open("/", O_PATH)) + "/proc"))
-            test::say(out, "no way through a folder's descriptor;");
+        const std::string root = "/proc/self/fd/" + std::to_string(::open("/", O_PATH));
+        test::say(out, opensForReading(root + "/proc/self/exe") ? "" : "itself unreadable");
     });
     if (said.starts_with("nobody may;"))
         GTEST_SKIP() << "this system lets nobody attach to a parent";

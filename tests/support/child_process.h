@@ -66,6 +66,7 @@ public:
     }
     void closeInput() { input_.reset(); }
     void closeOutput() { output_.reset(); }
+    [[nodiscard]] pid_t pid() const { return pid_; }
     void signal(int number) const { ::kill(pid_, number); }
 
     // Without its line break; empty at the end of the output, and when none comes in time.
