@@ -89,7 +89,7 @@ private:
     const Host host{clock, threads, mainThread, simulated.timers, driver, simulated.session,
         simulated.accounts, processes, simulated.installers, simulated.volumes,
         simulated.codeSigning, simulated.authenticator, simulated.notifications, simulated.notices,
-        simulated.windows, simulated.workspace, simulated.processControl};
+        simulated.windows, simulated.workspace, simulated.processControl, simulated.alertSound};
     simulated.accounts.makeAdministrator(); // advanced prompts
     const UserChecks checks{host, directories};
     PermissionsManager broker{host, directories, checks};

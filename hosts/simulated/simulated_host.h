@@ -30,11 +30,12 @@ public:
     SimulatedWindows windows;
     SimulatedWorkspace workspace;
     SimulatedProcessControl processControl;
+    SimulatedAlertSound alertSound;
     SimulatedThreads threads; // last: joined while everything else is still there
 
     const Host host{clock, threads, mainThread, timers, driver, session, accounts, processes,
         installers, volumes, codeSigning, authenticator, notifications, notices, windows, workspace,
-        processControl};
+        processControl, alertSound};
 
     // Moves the time, fires the timers that are due and runs what the main thread has to do.
     void advance(Clock::Duration duration)

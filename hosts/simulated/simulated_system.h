@@ -2,6 +2,7 @@
 
 #include "hosts/simulated/guarded.h"
 #include "platform/accounts.h"
+#include "platform/alert_sound.h"
 #include "platform/authenticator.h"
 #include "platform/code_signing.h"
 #include "platform/notifications.h"
@@ -185,6 +186,16 @@ public:
     void denyDebuggers() override { debuggersDenied.set(true); }
 
     void hangUp();
+};
+
+class SimulatedAlertSound final : public AlertSound {
+public:
+    Guarded<int> played; // how often
+
+    void play() override
+    {
+        played.with([](int& count) { ++count; });
+    }
 };
 
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/alert_sound.h"
 #include "platform/notifications.h"
 #include "platform/window_system.h"
 
@@ -48,6 +49,12 @@ public:
     void activateApplication() override { }
     void deactivateApplication() override { }
     void hideApplication() override { }
+};
+
+// Scripts press no keys, so there is none to warn of.
+class LineAlertSound final : public AlertSound {
+public:
+    void play() override { }
 };
 
 }

@@ -16,9 +16,6 @@ namespace vossel {
 
 namespace {
 
-// How long the user has, from when the query's own wait began.
-constexpr Clock::Duration timeToAnswer = std::chrono::seconds(60);
-
 const char* outcomeName(QueryWait::Outcome outcome, std::int32_t decision)
 {
     switch (outcome) {
@@ -79,7 +76,6 @@ void PromptLines::opened(Prompt prompt, const char* kind)
     if (wait != wait_) {
         wait_ = wait;
         ++id_;
-        openedAt_ = clock_.now();
     }
     open_ = prompt;
     shown_ = id_;
@@ -119,7 +115,7 @@ Json PromptLines::stateOf(const Prompt& prompt) const
 
 std::int64_t PromptLines::secondsLeft() const
 {
-    const auto left = openedAt_ + timeToAnswer - clock_.now();
+    const auto left = wait_->deadline() - clock_.now();
     return std::max<std::int64_t>(0, std::chrono::ceil<std::chrono::seconds>(left).count());
 }
 

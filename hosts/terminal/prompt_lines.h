@@ -76,7 +76,6 @@ private:
     // The main thread's.
     Prompt open_;
     std::shared_ptr<QueryWait> wait_; // of the latest prompt
-    Clock::Instant openedAt_{};
     std::int64_t id_ = 0; // of the latest prompt; 0 before the first
     std::int64_t busy_ = 0; // the prompt that a command is being carried out on
     std::int64_t leftAlone_ = 0; // the prompt whose end is waited for

@@ -108,12 +108,11 @@ bool DriverLink::deliver(
 QueryWait::Outcome DriverLink::promptUserForPermission(
     const policy_query& query, user_prompt_response& response, const Connection& connection)
 {
-    const auto wait = std::make_shared<QueryWait>();
-    const Clock::Instant deadline = host_.clock.now() + decisionTime;
+    const auto wait = std::make_shared<QueryWait>(host_.clock.now() + decisionTime);
     broker_.presentQueryToUser(query, wait);
     if (!isCurrent(connection)) // ended just now, too early for its end to cancel this query
         broker_.cancelQuery();
-    QueryWait::Outcome outcome = wait->waitUntil(host_.clock, deadline);
+    QueryWait::Outcome outcome = wait->wait(host_.clock);
     if (broker_.haveResponse()) {
         response = broker_.getResponse();
         return outcome;

@@ -3,6 +3,7 @@
 namespace vossel {
 
 class Accounts;
+class AlertSound;
 class Authenticator;
 class Clock;
 class CodeSigning;
@@ -40,6 +41,7 @@ struct Host {
     WindowSystem& windows;
     Workspace& workspace;
     ProcessControl& processControl;
+    AlertSound& alertSound;
 };
 
 }

@@ -322,16 +322,17 @@ SigningText PermissionsManager::checkCodesign(const policy_query& query) const
 
 // --- the main thread: what the prompts report ---------------------------------------------------
 
-// Only the prompt on the screen has a delegate, so what is reported belongs to shownWait_. A
-// decision that comes after the wait has ended is dropped; the prompt goes all the same.
+// Only the prompt on the screen has a delegate, so what is reported belongs to shownWait_. The
+// screen is given back first: the program that asked may be about to write to it. A decision that
+// comes after the wait has ended is dropped; the prompt has gone all the same.
 void PermissionsManager::decide(const user_prompt_response& response)
 {
     const auto wait = shownWait_;
     if (!wait)
         return;
+    closeWindowsOf(wait);
     if (!wait->finish(QueryWait::Outcome::Answered, response))
         logText("a decision came too late and was dropped");
-    closeWindowsOf(wait);
 }
 
 void PermissionsManager::didClickAllowWithSelectedPath(

@@ -22,10 +22,10 @@ bool QueryWait::finish(Outcome outcome, const user_prompt_response& response)
     return true;
 }
 
-QueryWait::Outcome QueryWait::waitUntil(Clock& clock, Clock::Instant deadline)
+QueryWait::Outcome QueryWait::wait(Clock& clock)
 {
     std::unique_lock lock(mutex_);
-    clock.waitUntil(lock, finished_, deadline, [this] { return outcome_ != Outcome::Waiting; });
+    clock.waitUntil(lock, finished_, deadline_, [this] { return outcome_ != Outcome::Waiting; });
     return outcome_;
 }
 

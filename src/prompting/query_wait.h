@@ -18,13 +18,21 @@ class QueryWait {
 public:
     enum class Outcome { Waiting, Answered, Reevaluated, Cancelled, TimedOut };
 
+    // Without a deadline it waits for ever.
+    explicit QueryWait(Clock::Instant deadline = Clock::Instant::max())
+        : deadline_(deadline)
+    {
+    }
+
     // Ends the wait and wakes the waiting thread. False, and nothing is changed, when it had ended
     // before; only TimedOut may still follow Cancelled, which leaves the answer to the thread that
     // waits. `response` is kept for every outcome but Cancelled, which has none.
     [[nodiscard]] bool finish(Outcome outcome, const user_prompt_response& response = {});
 
-    // Returns the outcome as soon as there is one, Waiting when `deadline` has come without.
-    Outcome waitUntil(Clock& clock, Clock::Instant deadline);
+    // When the query is answered in the user's place.
+    [[nodiscard]] Clock::Instant deadline() const { return deadline_; }
+    // Returns the outcome as soon as there is one, Waiting when the deadline has come without.
+    Outcome wait(Clock& clock);
 
     [[nodiscard]] Outcome outcome() const;
     [[nodiscard]] bool isOver() const { return outcome() != Outcome::Waiting; }
@@ -38,6 +46,7 @@ public:
     [[nodiscard]] std::optional<std::string> recommendedPath() const;
 
 private:
+    const Clock::Instant deadline_;
     mutable std::mutex mutex_;
     std::condition_variable finished_;
     // Guarded by mutex_.

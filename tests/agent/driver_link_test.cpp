@@ -1,7 +1,6 @@
 #include "agent/driver_link.h"
 #include "support/agent_fixture.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -26,7 +25,6 @@ struct Link : ::testing::Test, AgentFixture, AutodetectRoute, ResponseListener {
     DriverLink link{host.host, directories, userChecks, status, broker};
     Guarded<std::vector<std::pair<std::string, std::size_t>>> reported;
     Guarded<std::vector<Outcome>> outcomes;
-    bool started = false;
 
     Link()
     {
@@ -34,34 +32,35 @@ struct Link : ::testing::Test, AgentFixture, AutodetectRoute, ResponseListener {
         link.setAutodetectRoute(this);
         link.setResponseListener(this);
     }
-    ~Link() override { stop(); }
-
-    void start()
-    {
-        started = true;
-        ASSERT_TRUE(host.threads.launch("driver loop", [this] { link.agent_main(); }));
-    }
-    void startRegistered()
-    {
-        start();
-        ASSERT_TRUE(host.driver.waitUntil([&] { return link.isConnected(); }));
-    }
-    void stop()
+    ~Link() override
     {
         host.clock.stop();
         host.driver.vanish();
         broker.cancelQuery();
         host.threads.joinAll();
     }
-    bool runUntilAnswered(std::size_t responses)
+
+    void startRegistered()
     {
-        return host.mainThread.runUntil([&] {
-            return host.driver.callsOf(METHOD_DELIVER_RESPONSE) >= responses;
-        }) && host.mainThread.runUntil([&] { return outcomes.get().size() >= responses; });
+        ASSERT_TRUE(host.threads.launch("driver loop", [this] { link.agent_main(); }));
+        ASSERT_TRUE(host.driver.waitUntil([&] { return link.isConnected(); }));
     }
-    bool runUntilPrompted(std::size_t count)
+    // Until the query, which is the next one, has its prompt.
+    void prompt(const policy_query& query)
     {
-        return host.mainThread.runUntil([&] { return prompts.advanced.size() >= count; });
+        const std::size_t before = prompts.advanced.size();
+        host.driver.sendQuery(query);
+        ASSERT_TRUE(host.mainThread.runUntil([&] { return prompts.advanced.size() > before; }));
+    }
+    // Until the agent has answered so often; the last response.
+    user_prompt_response answered(std::size_t responses)
+    {
+        const auto done = [&] { return outcomes.get().size() >= responses; };
+        EXPECT_TRUE(host.mainThread.runUntil(done));
+        host.mainThread.runPending();
+        const auto all = host.driver.responses();
+        EXPECT_EQ(all.size(), responses);
+        return all.empty() ? user_prompt_response{} : all.back();
     }
 
     void autodetectRulesForPath(
@@ -75,63 +74,45 @@ struct Link : ::testing::Test, AgentFixture, AutodetectRoute, ResponseListener {
     }
 };
 
-TEST_F(Link, AnswersTheDriverWithWhatTheUserDecides)
+TEST_F(Link, AnswersTheDriverOneQueryAfterAnother)
 {
     startRegistered();
     EXPECT_TRUE(host.processControl.debuggersDenied.get());
     EXPECT_EQ(status.statusBarStatus(), FILTER_ENABLED);
-    host.driver.sendQuery(makeQuery("/etc/hosts", OPERATION_READ, 4711));
-    ASSERT_TRUE(runUntilPrompted(1));
-    EXPECT_EQ(textOf(prompts.advanced[0]->query.path), "/etc/hosts");
+    prompt(makeQuery("/1", OPERATION_READ, 4711));
+    EXPECT_EQ(textOf(prompts.advanced[0]->query.path), "/1");
+    host.driver.sendQuery(makeQuery("/2", OPERATION_READ, 2));
+    ASSERT_TRUE(host.mainThread.runUntil([&] { return host.threads.launched() == 4; }));
+    host.mainThread.runPending();
+    EXPECT_EQ(prompts.advanced.size(), 1U) << "the second prompt comes after the first answer";
     broker.clickAllow();
-    ASSERT_TRUE(runUntilAnswered(1));
-    const auto response = host.driver.responses().at(0);
+    const user_prompt_response response = answered(1);
     EXPECT_EQ(response.decision, DECISION_ALLOW);
     EXPECT_EQ(response.security_token, 4711U);
     EXPECT_EQ(std::count(std::begin(response.skey), std::end(response.skey), 1), 64);
-}
-
-TEST_F(Link, ShowsTheSecondPromptOnlyAfterTheFirstAnswer)
-{
-    startRegistered();
-    host.driver.sendQuery(makeQuery("/1", OPERATION_READ, 1));
-    host.driver.sendQuery(makeQuery("/2", OPERATION_READ, 2));
-    ASSERT_TRUE(runUntilPrompted(1));
-    ASSERT_TRUE(host.mainThread.runUntil([&] { return host.threads.launched() == 4; }));
-    host.mainThread.runPending();
-    EXPECT_EQ(prompts.advanced.size(), 1U);
-    broker.clickAllow();
-    ASSERT_TRUE(runUntilPrompted(2));
-    EXPECT_EQ(host.driver.responses().size(), 1U);
-    broker.clickDeny();
-    ASSERT_TRUE(runUntilAnswered(2));
+    ASSERT_TRUE(host.mainThread.runUntil([&] { return prompts.advanced.size() == 2; }));
 }
 
 TEST_F(Link, DeniesWhenTheMinuteIsOver)
 {
-    struct Row {
-        std::int32_t operation;
-        std::int32_t operations;
+    const struct {
+        std::int32_t operation, operations;
         bool failsafe;
         std::size_t notifications;
-    };
-    const Row rows[] = {{OPERATION_MOUNT, 8, true, 0}, {OPERATION_READ, 23, false, 1},
+    } rows[] = {{OPERATION_MOUNT, 8, true, 0}, {OPERATION_READ, 23, false, 1},
         {std::numeric_limits<std::int32_t>::min(), 23, true, 1}};
     startRegistered();
-    std::size_t answered = 0;
-    for (const Row& row : rows) {
+    std::size_t count = 0;
+    for (const auto& row : rows) {
         std::filesystem::remove(directories.failsafeRules());
         if (row.failsafe)
             (void)writeFile(directories.failsafeRules(), "");
-        host.driver.sendQuery(makeQuery("/late", row.operation));
-        ASSERT_TRUE(runUntilPrompted(answered + 1));
+        prompt(makeQuery("/late", row.operation));
         ASSERT_TRUE(host.clock.waitForWaiters(2)); // the query and the poller
         host.advance(59'999ms);
-        EXPECT_EQ(host.driver.responses().size(), answered);
+        EXPECT_EQ(host.driver.responses().size(), count);
         host.advance(1ms);
-        ASSERT_TRUE(runUntilAnswered(++answered));
-        host.mainThread.runPending();
-        const auto response = host.driver.responses().back();
+        const user_prompt_response response = answered(++count);
         EXPECT_EQ(
             std::tuple(response.decision, response.duration, response.code, response.process,
                 response.operations, response.pid, response.constraint_type, textOf(response.path)),
@@ -141,34 +122,26 @@ TEST_F(Link, DeniesWhenTheMinuteIsOver)
         EXPECT_FALSE(broker.isPresenting());
         EXPECT_EQ(host.notifications.delivered.get().size(), row.notifications);
     }
-    EXPECT_EQ(host.notifications.delivered.get()[0].title, "Timed Out Queries");
 }
 
 // The dialog blocks the main thread, and the answer must not wait for it.
 TEST_F(Link, DeniesInTimeWhileTheMainThreadStandsInADialog)
 {
     startRegistered();
-    host.driver.sendQuery(makeQuery("/late"));
-    ASSERT_TRUE(runUntilPrompted(1));
+    prompt(makeQuery("/late"));
     ASSERT_TRUE(host.clock.waitForWaiters(2));
     host.clock.advance(60s); // and the main thread runs nothing
     ASSERT_TRUE(host.driver.waitUntil([&] { return host.driver.responses().size() == 1; }));
     prompts.advanced[0]->performClickAllow();
-    host.mainThread.runPending();
-    ASSERT_TRUE(host.driver.waitUntil([&] { return outcomes.get().size() == 1; }));
-    EXPECT_EQ(host.driver.responses().size(), 1U);
-    EXPECT_EQ(host.driver.responses()[0].code, RESPONSE_NOT_ANSWERED);
+    EXPECT_EQ(answered(1).code, RESPONSE_NOT_ANSWERED);
 }
 
 TEST_F(Link, WithdrawsThePromptWhenTheDriverStopsTheFilter)
 {
     startRegistered();
-    host.driver.sendQuery(makeQuery("/open"));
-    ASSERT_TRUE(runUntilPrompted(1));
+    prompt(makeQuery("/open"));
     host.driver.send(messageOf(MSG_FILTER_STOPPED, messagePayloadOffset));
-    ASSERT_TRUE(runUntilAnswered(1));
-    host.mainThread.runPending();
-    EXPECT_EQ(host.driver.responses()[0].code, RESPONSE_NOT_ANSWERED);
+    EXPECT_EQ(answered(1).code, RESPONSE_NOT_ANSWERED);
     EXPECT_EQ(outcomes.get()[0], Outcome::Cancelled);
     EXPECT_EQ(status.statusBarStatus(), FILTER_DISABLED);
     EXPECT_EQ(prompts.advanced[0]->acts.back(), "close");
@@ -177,31 +150,25 @@ TEST_F(Link, WithdrawsThePromptWhenTheDriverStopsTheFilter)
 
 TEST_F(Link, AnswersWithoutAWindowWhenNobodyIsThereToBeAsked)
 {
-    using State = std::optional<SessionState>;
-    struct Row {
+    const struct {
         std::int64_t preference;
-        State session;
+        std::optional<SessionState> session;
         bool shown;
-    };
-    const Row rows[]
-        = {{2, SessionState{true, true}, false}, {2, SessionState{false, false}, false},
-            {2, SessionState{false, true}, true}, {2, std::nullopt, true},
-            {1, SessionState{true, false}, true}, {0, SessionState{true, true}, true}};
+    } rows[] = {{2, SessionState{true, true}, false}, {2, SessionState{false, false}, false},
+        {2, SessionState{false, true}, true}, {2, std::nullopt, true},
+        {1, SessionState{true, false}, true}, {0, SessionState{true, true}, true}};
     startRegistered();
-    std::size_t shown = 0;
-    std::size_t answered = 0;
-    for (const Row& row : rows) {
+    std::size_t count = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(count);
         writePreferences({{"ui.prompts.while_locked", row.preference}, {"access.user.detail", 2}});
         host.session.state.set(row.session);
-        host.driver.sendQuery(makeQuery("/locked"));
-        if (row.shown) {
-            ASSERT_TRUE(runUntilPrompted(++shown));
+        row.shown ? prompt(makeQuery("/locked")) : host.driver.sendQuery(makeQuery("/locked"));
+        if (row.shown)
             broker.clickAllow();
-        }
-        ASSERT_TRUE(runUntilAnswered(++answered));
-        EXPECT_EQ(prompts.advanced.size(), shown);
-        EXPECT_EQ(host.driver.responses().back().code, row.shown ? 0 : RESPONSE_NOT_SHOWN);
+        EXPECT_EQ(answered(++count).code, row.shown ? RESPONSE_DECIDED : RESPONSE_NOT_SHOWN);
     }
+    EXPECT_EQ(prompts.advanced.size(), 4U);
 }
 
 TEST_F(Link, AnswersWithZeroesWhileTheFilterIsNotActive)
@@ -209,14 +176,12 @@ TEST_F(Link, AnswersWithZeroesWhileTheFilterIsNotActive)
     host.driver.failMethod(METHOD_FILTER_STATUS, 1);
     startRegistered();
     host.driver.sendQuery(makeQuery("/any", OPERATION_READ, 9));
-    ASSERT_TRUE(runUntilAnswered(1));
     user_prompt_response expected{};
     expected.code = RESPONSE_NOT_SHOWN;
     expected.security_token = 9;
     std::memset(expected.skey, 1, sizeof expected.skey);
-    const auto response = host.driver.responses()[0];
+    const user_prompt_response response = answered(1);
     EXPECT_EQ(std::memcmp(&response, &expected, sizeof response), 0);
-    EXPECT_EQ(outcomes.get()[0], Outcome::Waiting);
 }
 
 TEST_F(Link, AnswersAtOnceWhenNoThreadIsLeft)
@@ -231,25 +196,25 @@ TEST_F(Link, AnswersAtOnceWhenNoThreadIsLeft)
 TEST_F(Link, SurvivesMessagesOfAnySizeAndType)
 {
     startRegistered();
-    for (const std::size_t size : {0U, 3U, 27U, 28U, 29U, 1055U, 1056U, 3383U, 8192U})
-        for (const std::uint32_t type : {0U, 255U, 256U, 257U, 259U, 264U, 0xffffffffU})
+    for (const std::size_t size : {0U, 27U, 28U, 1055U, 1056U, 3383U, 8192U})
+        for (const std::uint32_t type : {0U, 256U, 264U, 0xffffffffU})
             if (type != MSG_POLICY_QUERY || size < sizeof(policy_query_message))
                 host.driver.send(messageOf(type, size));
     policy_query hostile;
     std::memset(&hostile, 0xff, sizeof hostile); // no NUL, invalid text, negative numbers
-    host.driver.sendQuery(hostile);
-    ASSERT_TRUE(runUntilPrompted(1));
+    prompt(hostile);
     broker.clickDeny();
-    ASSERT_TRUE(runUntilAnswered(1));
-    EXPECT_EQ(host.driver.responses().size(), 1U);
-    EXPECT_EQ(reported.get().size(), 3U); // the program notices that are long enough
-    EXPECT_EQ(reported.get()[1], std::pair(std::string(1024, 'm'), std::size_t{3383 - 1056}));
+    EXPECT_EQ(answered(1).security_token, 0xffffffffU) << "the hostile query alone is one";
+    const std::string path(1024, 'm'); // of the program notices that are long enough
+    EXPECT_EQ(reported.get(),
+        (std::vector<std::pair<std::string, std::size_t>>{
+            {path, 0}, {path, 3383 - 1056}, {path, 8192 - 1056}}));
 }
 
 TEST_F(Link, ReconnectsForeverAndWarnsOnce)
 {
     host.driver.failMethod(METHOD_OPEN_SESSION, 5);
-    start();
+    ASSERT_TRUE(host.threads.launch("driver loop", [this] { link.agent_main(); }));
     for (std::size_t attempt = 1; attempt <= 10; ++attempt) {
         ASSERT_TRUE(host.driver.waitUntil([&] { return host.driver.opened() == attempt; }));
         ASSERT_TRUE(host.clock.waitForWaiters(1));
@@ -258,30 +223,14 @@ TEST_F(Link, ReconnectsForeverAndWarnsOnce)
         EXPECT_EQ(host.driver.opened(), attempt);
         host.clock.advance(1ms);
     }
-    const auto notices = host.notices.displayedAndDismissed.get();
-    ASSERT_EQ(notices.size(), 1U);
-    EXPECT_EQ(notices[0].header, "Cannot Connect to Vossel");
+    EXPECT_EQ(host.notices.displayedAndDismissed.get().size(), 1U);
 }
 
-TEST_F(Link, ReturnsWhatStoppedTheConnection)
+TEST_F(Link, IsNotConnectedWithoutAPort)
 {
-    EXPECT_EQ((host.driver.setMatch(DriverService::Match::Failed), link.startDriverComms()),
-        driverUnreachable);
-    EXPECT_EQ((host.driver.setMatch(DriverService::Match::None), link.startDriverComms()), 0U);
-    host.driver.setMatch(DriverService::Match::Found);
-    host.driver.refuseToOpen(true);
-    EXPECT_EQ(link.startDriverComms(), 0U);
-    host.driver.refuseToOpen(false);
-    host.driver.failMethod(METHOD_OPEN_SESSION, 0xe00002c1);
-    EXPECT_EQ(link.startDriverComms(), 0xe00002c1);
-    host.driver.setMethod(METHOD_OPEN_SESSION, {});
-    host.driver.refusePorts(true);
-    EXPECT_EQ(link.startDriverComms(), driverUnreachable);
-    host.driver.refusePorts(false);
     host.driver.refuseRegistration(3);
     EXPECT_EQ(link.startDriverComms(), driverUnreachable);
     EXPECT_FALSE(link.isConnected());
-    EXPECT_EQ(link.reloadRules(), driverUnreachable);
 }
 
 TEST_F(Link, FollowsTheFilterAndForgetsALostConnection)
@@ -294,8 +243,7 @@ TEST_F(Link, FollowsTheFilterAndForgetsALostConnection)
     EXPECT_EQ(link.startFilter(), driverSuccess);
     EXPECT_EQ(status.statusBarStatus(), FILTER_ENABLED);
 
-    host.driver.sendQuery(makeQuery("/pending"));
-    ASSERT_TRUE(runUntilPrompted(1));
+    prompt(makeQuery("/pending"));
     host.driver.vanish();
     ASSERT_TRUE(host.mainThread.runUntil(
         [&] { return !broker.isPresenting() && !link.isConnected() && !outcomes.get().empty(); }));
@@ -314,17 +262,13 @@ TEST_F(Link, GivesThePortUpAndTakesItBackWithANewKey)
 {
     startRegistered();
     EXPECT_EQ(link.claim_notification_port(), driverSuccess);
-    EXPECT_EQ(host.driver.registrations(), 1U);
-
+    EXPECT_EQ(host.driver.registrations(), 1U) << "it is claimed already";
     host.driver.failMethod(METHOD_RELEASE_PORT, 9);
     EXPECT_EQ(link.release_notification_port(), 9U);
     EXPECT_TRUE(link.isConnected());
     host.driver.setMethod(METHOD_RELEASE_PORT, {});
     EXPECT_EQ(link.release_notification_port(), driverSuccess);
     EXPECT_FALSE(link.isConnected());
-    EXPECT_EQ(link.release_notification_port(), driverSuccess);
-    EXPECT_EQ(host.driver.callsOf(METHOD_RELEASE_PORT), 2U);
-
     host.driver.refuseRegistration(4);
     EXPECT_EQ(link.claim_notification_port(), 4U);
     EXPECT_FALSE(link.isConnected());

@@ -58,7 +58,7 @@ TEST(QueryRace, HasOneWinnerAndOneResponseForEachQuery)
         simulated.driver, simulated.session, simulated.accounts, simulated.processes,
         simulated.installers, simulated.volumes, simulated.codeSigning, simulated.authenticator,
         simulated.notifications, simulated.notices, simulated.windows, simulated.workspace,
-        simulated.processControl};
+        simulated.processControl, simulated.alertSound};
     FilterStatus status;
     DriverLink link{host, agent.directories, agent.userChecks, status, agent.broker};
 

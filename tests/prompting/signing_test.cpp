@@ -10,72 +10,47 @@ namespace {
 
 TEST(SigningText, ShowsTheSignerWhereTheStateLeavesRoom)
 {
-    struct Row {
-        std::int32_t state;
-        std::string_view fields, text;
-    };
-    const Row rows[] = {
-        {2, "a\tb\tSigner", "Signer"},
-        {2, "no tabs", "no tabs"},
-        {2, "a\tb", "a\tb"},
-        {2, "a\tb\tc\td", "a\tb\tc\td"},
-        {1, "a\tb\tNot signed", "Not signed"},
-        {7, "a\tb\tc", "c"},
+    const std::tuple<std::int32_t, std::string, std::string> rows[] = {
+        {2, "a\tb\tSigner", "Signer"}, {2, "a\tb", "a\tb"}, {2, "a\tb\tc\td", "a\tb\tc\td"},
+        {1, "a\tb\tNot signed", "Not signed"}, {7, "a\tb\tc", "c"},
         {2, "a\xff\tb\tSigner", "Unknown Codesign State"}, // one bad field spoils the whole text
-        {1, "\xed\xa0\x80", "Unknown Codesign State"}, // a surrogate
-        {3, "a\tb\tSigner", "Code Signature Invalid"},
-        {6, "\xff", "Code Sign Error"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.fields);
-        auto query = test::queryFor("/x");
-        query.reserved1 = row.state;
-        storeText(query.reserved2, row.fields);
-        EXPECT_EQ(checkCodesign(query), (SigningText{std::string(row.text), row.state}));
-    }
+        {3, "a\tb\tSigner", "Code Signature Invalid"}, {6, "\xff", "Code Sign Error"}};
     auto query = test::queryFor("/x");
+    for (const auto& [state, fields, text] : rows) {
+        query.reserved1 = state;
+        storeText(query.reserved2, fields);
+        EXPECT_EQ(checkCodesign(query), (SigningText{text, state}));
+    }
+    query.reserved1 = CODE_SIGN_VALID;
     test::fillArray(query.reserved2, 's', "a\tb\t");
-    EXPECT_EQ(checkCodesign(query).text, std::string(124, 's'));
     query.reserved2[127] = '\xc3'; // the array's end cuts a character in two
     EXPECT_EQ(checkCodesign(query).text, "Unknown Codesign State");
 }
 
-TEST(CodeSigningInspection, MapsEachResultToItsState)
+TEST(CodeSigningInspection, TellsTheStateAndWhatTheInformationHolds)
 {
     SimulatedCodeSigning signing;
-    EXPECT_EQ(getStaticStrictCodeSignState(signing, "/missing"), CODE_SIGN_ERROR);
     const std::pair<std::int32_t, std::int32_t> rows[] = {{0, 2}, {-67062, 1}, {-67061, 3},
         {-67045, 3}, {-67060, 4}, {-67059, 5}, {-67058, 6}, {1, 6}};
     for (const auto& [result, state] : rows) {
-        SCOPED_TRACE(result);
         signing.code.set({{"/x", {result, std::nullopt}}});
-        EXPECT_EQ(getStaticStrictCodeSignState(signing, "/x"), state);
+        EXPECT_EQ(getStaticStrictCodeSignState(signing, "/x"), state) << result;
     }
     EXPECT_EQ(signing.lastFlags.get(), 0x40000014U);
-}
+    EXPECT_EQ(getStaticStrictCodeSignState(signing, "/missing"), CODE_SIGN_ERROR);
 
-TEST(CodeSigningInspection, TellsOnlyWhatTheInformationHolds)
-{
-    SimulatedCodeSigning signing;
-    PropertyList full;
-    full.set("identifier", PropertyList(std::string("org.notes")));
-    full.set("teamid", PropertyList(std::string("(null)")));
-    full.set("platform-identifier", PropertyList(std::int64_t{9}));
-    PropertyList wrong; // kinds that nobody expects
-    wrong.set("identifier", PropertyList(std::int64_t{1}));
-    wrong.set("platform-identifier", PropertyList(std::string("14")));
-    signing.code.set({{"/full", {0, full}}, {"/wrong", {0, wrong}}, {"/none", {0, std::nullopt}}});
-
-    EXPECT_EQ(getStaticCodeSignIdentifier(signing, "/full"), "org.notes");
-    EXPECT_EQ(getStaticCodeSignTeamIdentifier(signing, "/full"), std::nullopt);
-    EXPECT_EQ(getStaticCodeSignPlatformIdentifier(signing, "/full"), 9);
-    EXPECT_EQ(getStaticCodeSignPlatformIdentifier(signing, "/wrong"), 14);
-    for (const auto* path : {"/wrong", "/none", "/missing"}) {
-        SCOPED_TRACE(path);
-        EXPECT_EQ(getStaticCodeSignIdentifier(signing, path), std::nullopt);
+    PropertyList known;
+    known.set("identifier", PropertyList(std::string("org.notes")));
+    known.set("teamid", PropertyList(std::string("(null)")));
+    known.set("platform-identifier", PropertyList(std::string("14")));
+    signing.code.set({{"/known", {0, known}}, {"/none", {0, std::nullopt}}});
+    EXPECT_EQ(getStaticCodeSignIdentifier(signing, "/known"), "org.notes");
+    EXPECT_EQ(getStaticCodeSignTeamIdentifier(signing, "/known"), std::nullopt);
+    EXPECT_EQ(getStaticCodeSignPlatformIdentifier(signing, "/known"), 14);
+    for (const char* path : {"/none", "/missing"}) {
+        EXPECT_EQ(getStaticCodeSignIdentifier(signing, path), std::nullopt) << path;
+        EXPECT_EQ(getStaticCodeSignPlatformIdentifier(signing, path), 0) << path;
     }
-    EXPECT_EQ(getStaticCodeSignPlatformIdentifier(signing, "/none"), 0);
-    EXPECT_EQ(getStaticCodeSignPlatformIdentifier(signing, "/missing"), 0);
 }
 
 }

@@ -17,6 +17,7 @@ public:
     std::optional<std::string> recommended = "In /recommended/";
     std::vector<std::string> acts;
     std::function<void(FakeAdvancedPrompt&)> onShow;
+    std::function<void()> onClose;
 
     void setPolicyQuery(const policy_query& received) override { query = received; }
     void setDelegate(QMPermissionsWindowDelegate* to) override { delegate = to; }
@@ -26,7 +27,12 @@ public:
         if (onShow)
             onShow(*this);
     }
-    void close() override { acts.emplace_back("close"); }
+    void close() override
+    {
+        acts.emplace_back("close");
+        if (onClose)
+            onClose();
+    }
     [[nodiscard]] bool requireTouchBar() const override { return true; }
     void setAllowButtonHighlight(std::int32_t h) override { note("highlight", h); }
     void performClickAllow() override { report(DECISION_ALLOW); }

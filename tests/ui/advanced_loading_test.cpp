@@ -161,18 +161,6 @@ TEST(AdvancedLoading, UpdatesStayCoveredWhereAMakerIsKnown)
     }
 }
 
-TEST(AdvancedLoading, AnswerOnTheTouchBarOnlyAtOne)
-{
-    PromptFixture fixture;
-    for (const int value : {1, 2}) {
-        fixture.writePreferences({{"ui.prompts.oob", value}});
-        const auto prompt = fixture.open(queryFor("/x"));
-        EXPECT_EQ(prompt->requireTouchBar(), value == 1);
-        EXPECT_EQ(describe(prompt->frame()),
-            value == 1 ? "allow hidden, deny hidden, on the touch bar" : "allow, deny");
-    }
-}
-
 TEST(AdvancedLoading, WindowKeepsTheScreenUntilItResigns)
 {
     PromptFixture fixture;

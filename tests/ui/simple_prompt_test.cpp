@@ -106,24 +106,34 @@ TEST(SimplePrompt, AuthenticationAndTouchBarOnly)
     EXPECT_EQ(fixture.delegate.handedOver.size(), 1U);
 }
 
-TEST(SimplePrompt, SwitchesToTheAdvancedPrompt)
+TEST(SimplePrompt, SwitchesToTheAdvancedPromptForThisQueryOnly)
 {
-    const std::pair<void (SimplePrompt::*)(), int> rows[] = {
-        {&SimplePrompt::clickedUntilQuit, 0}, // the advanced prompt's own choice stays: once
-        {&SimplePrompt::clickedForever, 3},
+    const std::string loginItems = "/Users/ann/Library/Preferences/com.apple.loginitems.plist";
+    const struct {
+        std::string path;
+        void (SimplePrompt::*choose)();
+        std::string decided;
+        int segment;
+    } rows[] = {
+        // The advanced prompt's own choice stays: once.
+        {loginItems, &SimplePrompt::clickedUntilQuit, loginItems, 0},
+        // Coming from here, the folder alone is not offered even to an administrator.
+        {"/srv/x/", &SimplePrompt::clickedForever, "", 3},
     };
-    for (const auto& [choose, segment] : rows) {
+    for (const auto& row : rows) {
         PromptFixture fixture;
-        const std::string path = "/Users/ann/Library/Preferences/com.apple.loginitems.plist";
-        fixture.present(queryFor(path));
+        fixture.host.accounts.makeAdministrator();
+        (void)writeFile(fixture.directories.simpleModeMarker("ann"), "");
+        fixture.present(queryFor(row.path));
         ASSERT_TRUE(fixture.presenter.simple);
-        (fixture.presenter.simple->*choose)();
+        (fixture.presenter.simple->*row.choose)();
         fixture.presenter.simple->clickedAdvanced();
-        ASSERT_TRUE(fixture.presenter.advanced);
-        EXPECT_FALSE(fixture.presenter.simple);
+        ASSERT_TRUE(fixture.presenter.advanced && !fixture.presenter.simple);
+        EXPECT_FALSE(fixture.broker.simpleMode());
         fixture.presenter.advanced->clickedAllow();
-        EXPECT_EQ(fixture.wait->response().path, path);
-        EXPECT_EQ(fixture.wait->response().duration, segment);
+        EXPECT_TRUE(fixture.broker.simpleMode());
+        EXPECT_EQ(fixture.wait->response().path, row.decided);
+        EXPECT_EQ(fixture.wait->response().duration, row.segment);
         EXPECT_EQ(fixture.wait->response().pathType, PATH_EXACT);
     }
 }

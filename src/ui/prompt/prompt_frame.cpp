@@ -13,9 +13,9 @@
 namespace vossel {
 
 PromptFrame::PromptFrame(const PromptContext& context, const Rect& windowFrame)
-    : window(WindowState{.frame = windowFrame})
-    , allowButton(ButtonState{.title = "Allow"})
-    , denyButton(ButtonState{.title = "Deny"})
+    : window(context, WindowState{.frame = windowFrame})
+    , allowButton(context, ButtonState{.title = "Allow"})
+    , denyButton(context, ButtonState{.title = "Deny"})
     , touchBarLabel(TextFieldState{.stringValue = "Answer on the touch bar.", .hidden = true})
     , context_(context)
 {

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "ui/controls/button.h"
 #include "ui/controls/image_view.h"
 #include "ui/controls/text_field.h"
-#include "ui/controls/window.h"
 #include "ui/prompt/prompt_changes.h"
 #include "ui/prompt/prompt_context.h"
-#include "ui/prompt/prompt_touch_bar.h"
+#include "ui/prompt/qm_borderless_panel.h"
+#include "ui/prompt/qm_button.h"
 #include "wire/driver_messages.h"
 
 #include <cstdint>
@@ -21,14 +20,13 @@ class PromptFrame {
 public:
     PromptFrame(const PromptContext& context, const Rect& windowFrame);
 
-    Window window;
-    Button allowButton;
-    Button denyButton;
+    QMBorderlessPanel window;
+    QMButton allowButton;
+    QMButton denyButton;
     TextField touchBarLabel; // says that the answer is given on the touch bar
     ImageView applicationIconImageView;
     bool requireTouchBar = false;
     bool authenticationDenied = false;
-    PromptTouchBar touchBar;
     PromptChanges changes;
 
     // Whether the prompt stands on the screen: from open() to close().

@@ -1,5 +1,7 @@
 #include "ui/prompt/prompt_touch_bar.h"
 
+#include "foundation/log.h"
+
 #include <utility>
 
 namespace vossel {
@@ -17,10 +19,19 @@ TouchBarButton decisionButton(
 
 }
 
-const TouchBar& PromptTouchBar::make(const std::function<Parts()>& parts)
+const TouchBar& PromptTouchBar::touchBar()
 {
+    logText("touchBar");
+    if (!bar_)
+        logText("touchBar creating touch bar");
+    return makeTouchBar();
+}
+
+const TouchBar& PromptTouchBar::makeTouchBar()
+{
+    logText("makeTouchBar");
     if (!bar_) {
-        Parts made = parts();
+        Parts made = parts_();
         items_ = std::move(made.items);
         bar_ = TouchBar{".touchBar", made.identifiers, made.identifiers, ".allow"};
     }

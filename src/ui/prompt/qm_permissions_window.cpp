@@ -1,6 +1,5 @@
 #include "ui/prompt/qm_permissions_window.h"
 
-#include "foundation/log.h"
 #include "platform/host.h"
 #include "platform/window_system.h"
 #include "prompting/permissions_manager.h"
@@ -200,36 +199,11 @@ void QMPermissionsWindow::selectProcess(std::int64_t index)
 
 // --- touch bar and layout -----------------------------------------------------------------------
 
-const TouchBar& QMPermissionsWindow::touchBar()
-{
-    logText("touchBar");
-    if (!frame_.touchBar.exists())
-        logText("touchBar creating touch bar");
-    return makeTouchBar();
-}
-
-const TouchBar& QMPermissionsWindow::makeTouchBar()
-{
-    logText("makeTouchBar");
-    return frame_.touchBar.make([this] { return initTouchBarItems(); });
-}
-
-TouchBarItem QMPermissionsWindow::makeItemForIdentifier(std::string_view identifier) const
-{
-    return frame_.touchBar.makeItemForIdentifier(identifier);
-}
-
 PromptTouchBar::Parts QMPermissionsWindow::initTouchBarItems()
 {
-    const auto act = [weak = weak_from_this()](auto carryOut) {
-        return [weak, carryOut] {
-            if (const auto self = weak.lock())
-                carryOut(*self);
-        };
-    };
     const auto durationItem = [&](std::string identifier, std::string title, std::int32_t tag) {
         TouchBarButton button{.title = std::move(title)};
-        button.action = act([tag](QMPermissionsWindow& self) {
+        button.action = actionOn(weak_from_this(), [tag](QMPermissionsWindow& self) {
             if (self.frame_.isOpen()) // or it would choose for the prompt that has followed
                 self.context_.manager.selectSegment(tag);
         });
@@ -242,9 +216,7 @@ PromptTouchBar::Parts QMPermissionsWindow::initTouchBarItems()
         durationItem(".r", "Restart", DURATION_UNTIL_RESTART),
         durationItem(".f", "Forever", DURATION_FOREVER),
     };
-    for (TouchBarItem& item :
-        decisionItems(act([](QMPermissionsWindow& self) { self.clickedDeny(); }),
-            act([](QMPermissionsWindow& self) { self.clickedAllow(); })))
+    for (TouchBarItem& item : decisionItems(weak_from_this()))
         parts.items.push_back(std::move(item));
     const bool forever = controls_.durationSegmentedControl.segmentCount() > DURATION_FOREVER;
     for (const TouchBarItem& item : parts.items) {

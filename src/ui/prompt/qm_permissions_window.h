@@ -3,6 +3,7 @@
 #include "prompting/prompt_windows.h"
 #include "ui/prompt/permissions_controls.h"
 #include "ui/prompt/prompt_frame.h"
+#include "ui/prompt/prompt_touch_bar.h"
 #include "ui/prompt/tool_tip.h"
 
 #include <cstdint>
@@ -52,9 +53,12 @@ public:
     [[nodiscard]] std::optional<std::string> recommendedPath() const override;
 
     // Made when first asked for; its actions are safe to call after the prompt has gone.
-    const TouchBar& touchBar();
-    const TouchBar& makeTouchBar();
-    [[nodiscard]] TouchBarItem makeItemForIdentifier(std::string_view identifier) const;
+    const TouchBar& touchBar() { return touchBar_.touchBar(); }
+    const TouchBar& makeTouchBar() { return touchBar_.makeTouchBar(); }
+    [[nodiscard]] TouchBarItem makeItemForIdentifier(std::string_view identifier) const
+    {
+        return touchBar_.makeItemForIdentifier(identifier);
+    }
 
     // What a person sees, and what is handed over.
     [[nodiscard]] const PermissionsControls& controls() const { return controls_; }
@@ -103,6 +107,7 @@ private:
     PromptFrame frame_;
     PermissionsControls controls_;
     ToolTip tip_;
+    PromptTouchBar touchBar_{[this] { return initTouchBarItems(); }};
 
     policy_query query_{};
     std::int64_t recommendedIndex_ = -1;

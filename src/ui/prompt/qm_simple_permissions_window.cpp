@@ -1,6 +1,5 @@
 #include "ui/prompt/qm_simple_permissions_window.h"
 
-#include "foundation/log.h"
 #include "platform/accounts.h"
 #include "platform/host.h"
 #include "prompting/permissions_manager.h"
@@ -171,36 +170,9 @@ void QMSimplePermissionsWindow::setAllowButtonHighlight(std::int32_t highlight)
 
 // --- touch bar ----------------------------------------------------------------------------------
 
-const TouchBar& QMSimplePermissionsWindow::touchBar()
-{
-    logText("touchBar");
-    if (!frame_.touchBar.exists())
-        logText("touchBar creating touch bar");
-    return makeTouchBar();
-}
-
-const TouchBar& QMSimplePermissionsWindow::makeTouchBar()
-{
-    logText("makeTouchBar");
-    return frame_.touchBar.make([this] { return initTouchBarItems(); });
-}
-
-TouchBarItem QMSimplePermissionsWindow::makeItemForIdentifier(std::string_view identifier) const
-{
-    return frame_.touchBar.makeItemForIdentifier(identifier);
-}
-
 PromptTouchBar::Parts QMSimplePermissionsWindow::initTouchBarItems()
 {
-    const auto act = [weak = weak_from_this()](void (QMSimplePermissionsWindow::*click)()) {
-        return [weak, click] {
-            if (const auto self = weak.lock())
-                ((*self).*click)();
-        };
-    };
-    return {decisionItems(act(&QMSimplePermissionsWindow::clickedDeny),
-                act(&QMSimplePermissionsWindow::clickedAllow)),
-        {".deny", ".allow"}};
+    return {decisionItems(weak_from_this()), {".deny", ".allow"}};
 }
 
 }

@@ -2,6 +2,7 @@
 
 #include "prompting/prompt_windows.h"
 #include "ui/prompt/prompt_frame.h"
+#include "ui/prompt/prompt_touch_bar.h"
 #include "ui/prompt/simple_permissions_controls.h"
 
 #include <cstdint>
@@ -40,9 +41,12 @@ public:
     [[nodiscard]] std::int32_t selectedDuration() const override { return selectedTag_ + 1; }
 
     // Made when first asked for; its actions are safe to call after the prompt has gone.
-    const TouchBar& touchBar();
-    const TouchBar& makeTouchBar();
-    [[nodiscard]] TouchBarItem makeItemForIdentifier(std::string_view identifier) const;
+    const TouchBar& touchBar() { return touchBar_.touchBar(); }
+    const TouchBar& makeTouchBar() { return touchBar_.makeTouchBar(); }
+    [[nodiscard]] TouchBarItem makeItemForIdentifier(std::string_view identifier) const
+    {
+        return touchBar_.makeItemForIdentifier(identifier);
+    }
 
     // What a person sees, and what is handed over.
     [[nodiscard]] const SimplePermissionsControls& controls() const { return controls_; }
@@ -60,6 +64,7 @@ private:
     QMSimplePermissionsWindowDelegate* delegate_ = nullptr;
     PromptFrame frame_;
     SimplePermissionsControls controls_;
+    PromptTouchBar touchBar_{[this] { return initTouchBarItems(); }};
 
     std::int32_t selectedTag_ = 0;
     policy_query query_{}; // the working copy
