@@ -82,8 +82,7 @@ std::optional<GroupId> groupNamed(const char* name)
 
 std::string nameOf(UserId user)
 {
-    Account account;
-    return accountOf(user, account) == LookUp::Found ? account.name : std::to_string(user);
+    return LinuxAccounts::accountName(user).value_or(std::to_string(user));
 }
 
 }
@@ -91,6 +90,14 @@ std::string nameOf(UserId user)
 LinuxAccounts::LinuxAccounts(std::string_view root)
     : root_(root)
 {
+}
+
+std::optional<std::string> LinuxAccounts::accountName(UserId user)
+{
+    Account account;
+    if (accountOf(user, account) != LookUp::Found)
+        return std::nullopt;
+    return account.name;
 }
 
 UserId LinuxAccounts::realUserId() const

@@ -12,6 +12,9 @@ public:
     // `root` holds /sys and /dev.
     explicit LinuxAccounts(std::string_view root = "/");
 
+    // Nothing where there is no such account, or none can be looked up.
+    [[nodiscard]] static std::optional<std::string> accountName(UserId user);
+
     [[nodiscard]] UserId realUserId() const override;
     [[nodiscard]] std::string loginName() const override;
     // Of the account, never of $HOME: that is the caller's word, and names somebody else's folder

@@ -1,6 +1,6 @@
 #include "hosts/desktop/qt_main_thread.h"
 #include "hosts/desktop/qt_timers.h"
-#include "hosts/desktop/termination_signals.h"
+#include "hosts/desktop/signal_calls.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -86,11 +86,11 @@ TEST_F(EventLoopTest, TimersFireOnceUnlessCancelled)
     EXPECT_THAT(done, ElementsAre("first", "second"));
 }
 
-TEST_F(EventLoopTest, TerminationSignalsAreCalls)
+TEST_F(EventLoopTest, SignalsAreCalls)
 {
-    TerminationSignals::block();
+    SignalCalls::block();
     int calls = 0;
-    const TerminationSignals signals([&] {
+    const SignalCalls signals({SIGTERM, SIGINT}, [&] {
         if (++calls == 2)
             QCoreApplication::quit();
     });

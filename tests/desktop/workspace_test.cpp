@@ -3,7 +3,6 @@
 #include "hosts/desktop/linux_workspace.h"
 #include "support/temporary_directory.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -38,17 +37,11 @@ TEST(LinuxWorkspaceTest, StartsProgramsWithoutThisOnesSignalMask)
 
 TEST(LinuxWorkspaceTest, LogsWhatCannotBeStarted)
 {
-    const TemporaryDirectory directory;
-    ASSERT_TRUE(writeFile(directory / "text", "no program", 0644));
-    std::vector<std::string> log;
-    setLogSink([&](std::string_view line) { log.emplace_back(line); });
-    for (const std::string& path : {directory / "text", directory.path(), directory / "none"})
-        LinuxWorkspace().launchApplication(path);
+    std::string log;
+    setLogSink([&](std::string_view line) { log += line; });
+    LinuxWorkspace().launchApplication("/none");
     setLogSink({});
-    EXPECT_THAT(log,
-        testing::ElementsAre("cannot open \"" + (directory / "text") + "\": Permission denied",
-            "cannot open \"" + directory.path() + "\": Permission denied",
-            "cannot open \"" + (directory / "none") + "\": No such file or directory"));
+    EXPECT_EQ(log, "cannot open \"/none\": No such file or directory");
 }
 
 }

@@ -1,4 +1,4 @@
-#include "hosts/desktop/termination_signals.h"
+#include "hosts/desktop/signal_calls.h"
 
 #include "foundation/log.h"
 
@@ -14,30 +14,30 @@ namespace vossel {
 
 namespace {
 
-sigset_t terminationSet()
+sigset_t setOf(std::initializer_list<int> signals)
 {
     sigset_t set;
     ::sigemptyset(&set);
-    ::sigaddset(&set, SIGTERM);
-    ::sigaddset(&set, SIGINT);
+    for (const int signal : signals)
+        ::sigaddset(&set, signal);
     return set;
 }
 
 }
 
-void TerminationSignals::block()
+void SignalCalls::block()
 {
-    const sigset_t set = terminationSet();
+    const sigset_t set = setOf({SIGTERM, SIGINT, SIGWINCH});
     ::pthread_sigmask(SIG_BLOCK, &set, nullptr);
     ::signal(SIGPIPE, SIG_IGN);
 }
 
-TerminationSignals::TerminationSignals(std::function<void()> handler)
+SignalCalls::SignalCalls(std::initializer_list<int> signals, std::function<void()> handler)
 {
-    const sigset_t set = terminationSet();
+    const sigset_t set = setOf(signals);
     fd_.reset(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!fd_) {
-        logText("termination signals cannot be taken: %@", errorText(errno));
+        logText("signals cannot be taken: %@", errorText(errno));
         ::pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
         return;
     }
