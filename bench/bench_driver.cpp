@@ -86,16 +86,21 @@ bool BenchDriver::serveCall()
     if (header.kind == PACKET_CALL && header.selector == METHOD_FILTER_STATUS && !filtering_)
         reply[0] = std::byte{1};
     const std::size_t replySize = opens ? sizeof reply : sizeof(ReplyHeader);
-    require(send(agent_.get(), reply, replySize, MSG_NOSIGNAL) > 0, "reply");
+    require(::send(agent_.get(), reply, replySize, MSG_NOSIGNAL) > 0, "reply");
     return header.kind == PACKET_CALL && header.selector == METHOD_DELIVER_RESPONSE;
 }
 
 std::chrono::nanoseconds BenchDriver::exchange(const policy_query_message& message)
 {
     const auto start = Clock::now();
-    require(send(port_.get(), &message, sizeof message, MSG_NOSIGNAL) > 0, "query");
+    send(message);
     while (!serveCall()) { }
     return Clock::now() - start;
+}
+
+void BenchDriver::send(const policy_query_message& message)
+{
+    require(::send(port_.get(), &message, sizeof message, MSG_NOSIGNAL) > 0, "query");
 }
 
 std::size_t BenchDriver::flood(policy_query_message message, std::size_t count)
@@ -109,7 +114,7 @@ std::size_t BenchDriver::flood(policy_query_message message, std::size_t count)
             break;
         if (ready[1].revents & POLLOUT) {
             message.policy_query_.security_token = static_cast<std::uint32_t>(sent);
-            if (send(port_.get(), &message, sizeof message, MSG_DONTWAIT | MSG_NOSIGNAL) > 0)
+            if (::send(port_.get(), &message, sizeof message, MSG_DONTWAIT | MSG_NOSIGNAL) > 0)
                 ++sent;
         } else if (ready[0].revents) {
             answered += serveCall() ? 1 : 0;

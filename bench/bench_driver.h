@@ -20,6 +20,11 @@ public:
     void acceptAgent(bool filtering);
     // Sends one query and waits for its response; returns the time between.
     [[nodiscard]] std::chrono::nanoseconds exchange(const policy_query_message& message);
+    // Sends one query and returns; serve() then answers what the agent asks.
+    void send(const policy_query_message& message);
+    // To be waited for beside other things; then serve() takes one call and tells of a response.
+    [[nodiscard]] int descriptor() const { return agent_.get(); }
+    bool serve() { return serveCall(); }
     // Sends `count` queries as fast as they are taken and returns how many responses came.
     [[nodiscard]] std::size_t flood(policy_query_message message, std::size_t count);
 

@@ -3,6 +3,7 @@
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(LIBPLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
+pkg_check_modules(TINFO REQUIRED IMPORTED_TARGET tinfo)
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 find_package(nlohmann_json REQUIRED)
 find_package(CLI11 REQUIRED)

@@ -2,10 +2,11 @@
 
 #include "foundation/log.h"
 #include "hosts/desktop/logind_lock.h"
-#include "hosts/desktop/termination_signals.h"
+#include "hosts/desktop/signal_calls.h"
 
 #include <QCoreApplication>
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -19,42 +20,40 @@ constexpr int joinPauses = 60;
 
 }
 
-AgentAssembly::AgentAssembly(std::string_view prefix, int input, int output)
+AgentAssembly::AgentAssembly(std::string_view prefix, const UserInterface::Factory& interface)
     : directories_(prefix)
-    , output_(descriptorWriter(output), [this] { mainThread_.perform([this] { loseOutput(); }); })
     , driver_(directories_.driverSocket())
     , session_(LogindLock())
     , codeSigning_(packages_)
     , authenticator_([this] { return userChecks_.isRoot() || userChecks_.isAdminUser(); })
-    , notifications_(output_)
-    , notices_(output_)
     , processControl_(signalThreads_)
+    , interface_(interface({clock_, mainThread_, timers_, processes_, processControl_,
+          [this](const std::string& reason) { loseUser(reason); }}))
     , host_{clock_, threads_, mainThread_, timers_, driver_, session_, accounts_, processes_,
-          installers_, volumes_, codeSigning_, authenticator_, notifications_, notices_, windows_,
-          workspace_, processControl_}
+          installers_, volumes_, codeSigning_, authenticator_, interface_->notifications(),
+          interface_->notices(), interface_->windows(), workspace_, interface_->processControl(),
+          interface_->alertSound()}
     , userChecks_(host_, directories_)
-    , lines_(output_, mainThread_, clock_)
     , manager_(host_, directories_, userChecks_)
-    , prompts_(PromptContext{host_, directories_, manager_, lines_})
+    , prompts_(PromptContext{host_, directories_, manager_, interface_->presenter()})
     , link_(host_, directories_, userChecks_, filterStatus_, manager_)
-    , reader_(input, mainThread_,
-          [this](std::string_view line, bool tooLong) { lines_.take(line, tooLong); })
 {
-    lines_.setManager(&manager_);
+    authenticator_.setQuestion(interface_->question());
+    interface_->setManager(&manager_);
     manager_.setPromptFactory(&prompts_);
-    link_.setResponseListener(&lines_);
+    link_.setResponseListener(&interface_->responses());
 }
 
 int AgentAssembly::run()
 {
-    const TerminationSignals signals([this] { endService(); });
+    const SignalCalls signals({SIGTERM, SIGINT}, [this] { endService(); });
     if (!start()) {
         std::fputs("VosselUserAgent: the system has no thread left\n", stderr);
-        reader_.stop();
+        interface_->stop();
         return endThreads() ? 2 : (::_exit(2), 2);
     }
     QCoreApplication::exec();
-    reader_.stop();
+    interface_->stop();
     mainThread_.shutDown();
     filterStatus_.setObserver({});
     // A thread that hangs could touch what goes away now. Everything that matters has been closed,
@@ -68,10 +67,9 @@ int AgentAssembly::run()
 
 bool AgentAssembly::start()
 {
-    filterStatus_.setObserver([this](std::int32_t status) {
-        output_.write({{"event", "status"}, {"status", status}});
-    });
-    return reader_.start(threads_) && threads_.launch("driver loop", [this] { serve(); });
+    filterStatus_.setObserver(
+        [this](std::int32_t status) { interface_->filterStatusChanged(status); });
+    return interface_->start(threads_) && threads_.launch("driver loop", [this] { serve(); });
 }
 
 // The driver loop's thread.
@@ -98,10 +96,9 @@ void AgentAssembly::endService()
     QCoreApplication::quit();
 }
 
-void AgentAssembly::loseOutput()
+void AgentAssembly::loseUser(const std::string& reason)
 {
-    std::fputs(
-        "VosselUserAgent: nobody reads the events; there is no way to ask anybody\n", stderr);
+    std::fprintf(stderr, "VosselUserAgent: %s\n", reason.c_str());
     status_ = 2;
     endService();
 }

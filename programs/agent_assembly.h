@@ -17,32 +17,30 @@
 #include "hosts/linux/session.h"
 #include "hosts/linux/thread_launcher.h"
 #include "hosts/linux/volumes.h"
-#include "hosts/terminal/line_output.h"
-#include "hosts/terminal/line_reader.h"
-#include "hosts/terminal/line_services.h"
-#include "hosts/terminal/prompt_lines.h"
 #include "platform/host.h"
+#include "programs/user_interface.h"
 #include "prompting/permissions_manager.h"
 #include "settings/directories.h"
 #include "ui/prompt/prompt_windows.h"
 #include "user/user_checks.h"
 
+#include <memory>
+#include <string>
 #include <string_view>
 
 namespace vossel {
 
-// The agent of one user on this machine, its prompts answered by a script: every service and every
-// part, tied together. Made and run on the main thread, once in a process. What is declared later
-// uses what is declared earlier.
+// The agent of one user on this machine: every service and every part, tied together. Made and run
+// on the main thread, once in a process. What is declared later uses what is declared earlier.
 class AgentAssembly {
 public:
-    // Events go to `output`, commands come from `input`; both stay open. `prefix` moves the files.
-    AgentAssembly(std::string_view prefix, int input, int output);
+    // `prefix` moves the files.
+    AgentAssembly(std::string_view prefix, const UserInterface::Factory& interface);
     AgentAssembly(const AgentAssembly&) = delete;
     AgentAssembly& operator=(const AgentAssembly&) = delete;
 
     // Serves the driver until SIGTERM or SIGINT comes, there is nothing left to serve, or nobody
-    // reads the events: an agent that cannot ask must leave the driver to its default. Returns the
+    // can be asked any more: such an agent must leave the driver to its default. Returns the
     // process's exit status, 2 in the last case; does not return, but leaves the process with it,
     // where a thread still hangs in a call of the system's after a few seconds.
     int run();
@@ -51,11 +49,10 @@ private:
     [[nodiscard]] bool start();
     void serve();
     void endService();
-    void loseOutput();
+    void loseUser(const std::string& reason);
     [[nodiscard]] bool endThreads();
 
     const Directories directories_;
-    LineOutput output_;
 
     LinuxClock clock_;
     QtMainThread mainThread_;
@@ -69,22 +66,18 @@ private:
     PackageIdentity packages_;
     LinuxCodeSigning codeSigning_;
     PolkitAuthenticator authenticator_;
-    LineNotifications notifications_;
-    LineNotices notices_;
-    LineWindows windows_;
     LinuxWorkspace workspace_;
     LinuxThreadLauncher signalThreads_; // apart, for it ends with processControl_ only
     LinuxProcessControl processControl_;
     LinuxThreadLauncher threads_;
+    const std::unique_ptr<UserInterface> interface_;
     const Host host_;
 
     const UserChecks userChecks_;
     FilterStatus filterStatus_;
-    PromptLines lines_;
     PermissionsManager manager_;
     PromptWindows prompts_;
     DriverLink link_;
-    LineReader reader_;
     bool asked_ = false; // to end
     int status_ = 0;
 };

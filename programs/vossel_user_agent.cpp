@@ -1,7 +1,9 @@
 #include "foundation/log.h"
-#include "hosts/desktop/termination_signals.h"
+#include "hosts/desktop/signal_calls.h"
 #include "hosts/linux/process_control.h"
 #include "programs/agent_assembly.h"
+#include "programs/line_interface.h"
+#include "programs/terminal_interface.h"
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
@@ -40,6 +42,22 @@ void logToStandardError(std::string_view line)
     std::fprintf(stderr, "VosselUserAgent: %.*s\n", static_cast<int>(line.size()), line.data());
 }
 
+// How to ask, by its name; without one a terminal. Fails with the reason when it cannot be done
+// here.
+vossel::Result<vossel::UserInterface::Factory> interfaceCalled(const std::string& name)
+{
+    using vossel::Failure;
+    if (name == "lines")
+        return vossel::lineInterface(STDIN_FILENO, STDOUT_FILENO);
+    if (!name.empty() && name != "terminal")
+        return Failure{
+            "there is no way to ask called \"" + name + "\" (there are: terminal, lines)"};
+    auto terminals = vossel::TerminalChoice::open();
+    if (!terminals)
+        return Failure{terminals.reason() + " (a script asks with --prompt lines)"};
+    return vossel::terminalInterface(std::move(*terminals));
+}
+
 int run(int argc, char** argv)
 {
     std::string prompt;
@@ -47,7 +65,8 @@ int run(int argc, char** argv)
     bool log = false;
     CLI::App app("Asks the user about accesses that no rule decides.", "VosselUserAgent");
     app.set_version_flag("--version", VOSSEL_VERSION);
-    app.add_option("--prompt", prompt, "How to ask: lines (JSON events out, commands in)");
+    app.add_option("--prompt", prompt,
+        "How to ask: terminal (where nothing is said), lines (JSON events out, commands in)");
     app.add_option("--prefix", prefix, "Folder below which the product's files lie")
         ->envname("VOSSEL_PREFIX");
     app.add_flag("--log", log, "Write diagnostics to standard error");
@@ -57,17 +76,16 @@ int run(int argc, char** argv)
         // Help and version arrive here as well, with status 0.
         return error.get_exit_code() == 0 ? app.exit(error) : refuse(error.what());
     }
-    if (prompt != "lines")
-        return refuse(prompt.empty()
-                ? "there is no way to ask anybody; say one with --prompt (there is: lines)"
-                : "there is no way to ask called \"" + prompt + "\" (there is: lines)");
+    auto interface = interfaceCalled(prompt);
+    if (!interface)
+        return refuse(interface.reason());
 
     if (log)
         vossel::setLogSink(logToStandardError);
     if (!prefix.empty())
         prefix = std::filesystem::absolute(prefix).lexically_normal();
     const QCoreApplication application(argc, argv);
-    return vossel::AgentAssembly(prefix, STDIN_FILENO, STDOUT_FILENO).run();
+    return vossel::AgentAssembly(prefix, *interface).run();
 }
 
 }
@@ -76,7 +94,7 @@ int main(int argc, char** argv)
 {
     fillStandardDescriptors();
     vossel::LinuxProcessControl::blockHangUp();
-    vossel::TerminationSignals::block();
+    vossel::SignalCalls::block();
     try {
         return run(argc, argv);
     } catch (const std::exception& error) {

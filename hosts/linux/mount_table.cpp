@@ -38,10 +38,11 @@ bool contains(std::string_view mountPoint, std::string_view path)
 
 }
 
-std::vector<Mount> readMounts(const SystemRoot& root)
+std::vector<Mount> readMounts(const SystemRoot& root, std::string_view process)
 {
     std::vector<Mount> mounts;
-    const auto table = readFile(root.at("/proc/self/mountinfo"), largestTable);
+    const auto table
+        = readFile(root.at("/proc/" + std::string(process) + "/mountinfo"), largestTable);
     if (!table)
         return mounts;
     std::istringstream lines(*table);

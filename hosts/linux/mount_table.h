@@ -18,9 +18,10 @@ struct Mount {
     bool operator==(const Mount&) const = default;
 };
 
-// In the order of mounting; `root` holds /proc. Empty when it cannot be read; a line that is none
-// is left out.
-[[nodiscard]] std::vector<Mount> readMounts(const SystemRoot& root);
+// What a process (a number, or "self") sees, in the order of mounting; `root` holds /proc. Empty
+// when it cannot be read; a line that is none is left out.
+[[nodiscard]] std::vector<Mount> readMounts(
+    const SystemRoot& root, std::string_view process = "self");
 
 // The mount that a path lies in: among the deepest the last one, which covers the others. Null when
 // there is none.

@@ -1,7 +1,6 @@
 #include "foundation/utf8.h"
 
 #include <array>
-#include <cstddef>
 
 namespace vossel {
 
@@ -93,6 +92,18 @@ bool isValidUtf8(std::string_view bytes)
         bytes.remove_prefix(next.length);
     }
     return true;
+}
+
+std::optional<Utf8Character> firstCharacter(std::string_view bytes)
+{
+    const auto next = bytes.empty() ? Sequence{0, false} : nextSequence(bytes);
+    if (!next.valid)
+        return std::nullopt;
+    constexpr std::array<unsigned char, 5> leadBits = {0, 0x7F, 0x1F, 0x0F, 0x07};
+    char32_t code = static_cast<unsigned char>(bytes.front()) & leadBits.at(next.length);
+    for (const char byte : bytes.substr(1, next.length - 1))
+        code = code << 6 | (static_cast<unsigned char>(byte) & 0x3FU);
+    return Utf8Character{code, next.length};
 }
 
 std::string toValidUtf8(std::string_view bytes)

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "hosts/terminal/screen_painter.h"
+#include "hosts/terminal/terminal_choice.h"
+#include "hosts/terminal/terminal_keys.h"
+#include "platform/clock.h"
+#include "platform/timers.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vossel {
+
+// Calls `readable` on the main thread whenever a descriptor has something to read, until the handle
+// goes.
+using WatchDescriptor
+    = std::function<std::shared_ptr<void>(int fd, std::function<void()> readable)>;
+
+// One terminal while a prompt stands on it: drawn on, its keys taken, and given back at the end.
+// Main thread only.
+class PromptTerminal {
+public:
+    // What is pressed before a person can have read the prompt is meant for something else.
+    static constexpr std::chrono::milliseconds armingTime{400};
+
+    struct Services {
+        Clock& clock;
+        Timers& timers;
+        const WatchDescriptor& watch;
+    };
+    // Called from the main loop; both may destroy this.
+    struct Handlers {
+        std::function<void(const std::vector<TerminalKey>&)> keys; // that came together
+        std::function<void()> vanished;
+    };
+
+    PromptTerminal(const Services& services, const TerminalChoice::Place& place, Handlers handlers);
+    ~PromptTerminal();
+    PromptTerminal(const PromptTerminal&) = delete;
+    PromptTerminal& operator=(const PromptTerminal&) = delete;
+
+    [[nodiscard]] TerminalSize area() const { return painter_.area(); }
+    [[nodiscard]] Charset charset() const { return charset_; }
+    [[nodiscard]] bool vanished() const { return device_->vanished(); }
+    [[nodiscard]] const TerminalDevice& device() const { return *device_; }
+    // Looks whether the terminal has another size; true when it does.
+    bool followSize();
+    void paint(const Screen& screen);
+    // Keys count when the arming time has passed since this, and those that began before do not.
+    void arm();
+    void bell() { device_->write("\a"); }
+
+private:
+    void readable();
+    void takeKeys(std::vector<TerminalKey> keys);
+    void waitForRest();
+    void writeRest(Clock::Duration pause);
+
+    const Services services_;
+    const std::shared_ptr<TerminalDevice> device_;
+    const std::shared_ptr<const TerminalCapabilities> terminal_;
+    const Charset charset_;
+    const Handlers handlers_;
+    const bool over_; // a program that draws the whole screen stands behind the prompt
+    ScreenPainter painter_;
+    TerminalSize size_;
+    std::shared_ptr<void> watch_;
+    KeyParser parser_;
+    Timers::Timer escapeTimer_ = 0;
+    Timers::Timer writeTimer_ = 0;
+    Clock::Instant armedAt_{};
+    bool dropNext_ = false; // a key that began too early has not ended yet
+};
+
+}

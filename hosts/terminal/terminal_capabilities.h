@@ -1,0 +1,57 @@
+#pragma once
+
+#include "foundation/result.h"
+
+#include <array>
+#include <string>
+#include <string_view>
+
+namespace vossel {
+
+// What a kind of terminal understands, by the system's terminal database (terminfo(5)). Empty
+// texts: it does not have that. Main thread only.
+class TerminalCapabilities {
+public:
+    enum Color { Red, Green, Yellow };
+    static constexpr std::size_t colors = 3;
+
+    // `type` is the value of TERM. Fails for an unknown kind, and for one whose cursor cannot be
+    // moved or whose lines cannot be cleared: a prompt cannot be shown there.
+    static Result<TerminalCapabilities> load(const std::string& type);
+
+    // To and from a screen of its own, beside the one that programs write on.
+    std::string enterScreen;
+    std::string leaveScreen;
+    std::string clearScreen;
+    std::string clearToEndOfLine;
+    std::string saveCursor;
+    std::string restoreCursor;
+    std::string hideCursor;
+    std::string showCursor;
+    std::string bold;
+    std::string dim;
+    std::string reverse;
+    std::string plain; // ends bold, dim, reverse and colours
+    std::array<std::string, colors> foreground;
+    // A row down in the same column, the screen scrolled up at its end. Not in the database as
+    // such.
+    static constexpr std::string_view index = "\033D";
+    // Has what is pasted marked as such. Not in the database; other terminals pass over it.
+    static constexpr std::string_view markPastes = "\033[?2004h";
+    static constexpr std::string_view unmarkPastes = "\033[?2004l";
+
+    // To a row and a column, counted from 0.
+    [[nodiscard]] std::string moveTo(int row, int column) const;
+    [[nodiscard]] std::string moveUp(int rows) const;
+    // Only these rows scroll from now on, counted from 0, the last included; moves the cursor.
+    [[nodiscard]] std::string scrollOnly(int first, int last) const;
+    [[nodiscard]] bool hasOwnScreen() const { return !enterScreen.empty() && !leaveScreen.empty(); }
+    [[nodiscard]] bool canScrollPart() const { return !scrollOnly_.empty() && !saveCursor.empty(); }
+
+private:
+    std::string moveTo_;
+    std::string moveUp_;
+    std::string scrollOnly_;
+};
+
+}

@@ -1,0 +1,455 @@
+#include "hosts/terminal/hang_up_filter.h"
+#include "hosts/terminal/screen_painter.h"
+#include "hosts/terminal/terminal_choice.h"
+#include "hosts/terminal/terminal_messages.h"
+#include "hosts/terminal/terminal_prompts.h"
+#include "support/agent_fixture.h"
+#include "support/queries.h"
+#include "support/terminal_emulator.h"
+#include "ui/prompt/prompt_windows.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <pty.h>
+#include <stdexcept>
+
+namespace vossel::test {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+// The two sides of a pseudo-terminal: what is typed and read by the person, and the device.
+class Pty {
+public:
+    Pty(int columns, int rows)
+    {
+        const winsize size{
+            static_cast<unsigned short>(rows), static_cast<unsigned short>(columns), 0, 0};
+        int person = -1;
+        int device = -1;
+        std::array<char, 64> name{};
+        if (::openpty(&person, &device, name.data(), nullptr, &size) != 0)
+            throw std::runtime_error("no pseudo-terminal");
+        person_.reset(person);
+        device_.reset(device);
+        path_ = name.data();
+    }
+
+    [[nodiscard]] const std::string& path() const { return path_; }
+    [[nodiscard]] int device() const { return device_.get(); }
+    void type(std::string_view keys)
+    {
+        EXPECT_EQ(::write(person_.get(), keys.data(), keys.size()), std::ssize(keys));
+    }
+    void resize(int columns, int rows)
+    {
+        const winsize size{
+            static_cast<unsigned short>(rows), static_cast<unsigned short>(columns), 0, 0};
+        ::ioctl(person_.get(), TIOCSWINSZ, &size);
+    }
+    std::string read()
+    {
+        std::string bytes;
+        std::array<char, 4096> buffer;
+        for (pollfd wait{person_.get(), POLLIN, 0}; ::poll(&wait, 1, 0) > 0;) {
+            const ssize_t count = ::read(person_.get(), buffer.data(), buffer.size());
+            if (count <= 0)
+                break;
+            bytes.append(buffer.data(), static_cast<std::size_t>(count));
+        }
+        return bytes;
+    }
+    [[nodiscard]] bool isCooked() const
+    {
+        termios mode{};
+        ::tcgetattr(device_.get(), &mode);
+        return (mode.c_lflag & ICANON) != 0 && (mode.c_lflag & ECHO) != 0;
+    }
+    void vanish() { person_.reset(); }
+
+private:
+    UniqueFd person_;
+    UniqueFd device_;
+    std::string path_;
+};
+
+struct TerminalPromptsTest : testing::Test, AgentFixture {
+    TerminalPromptsTest()
+    {
+        broker.setPromptFactory(&windows);
+        prompts.setManager(&broker);
+        host.processes.add(77, 1, "/usr/bin/bash");
+        ::dprintf(pty.device(), "$ cat report.txt\r\n");
+        look();
+    }
+
+    static TerminalChoice openChoice(const std::string& path)
+    {
+        ::setenv("TERM", "xterm-256color", 1);
+        ::setenv("LC_ALL", "C.UTF-8", 1);
+        return *TerminalChoice::open(path);
+    }
+
+    void present(policy_query query)
+    {
+        query.pid = 1; // has no terminal of its own
+        query.ppid = 77;
+        storeText(query.parent_name, "/usr/bin/bash");
+        wait = std::make_shared<QueryWait>(host.clock.now() + 60s);
+        broker.presentQueryToUser(query, wait);
+        host.mainThread.runPending();
+        look();
+    }
+    void presentArmed(const policy_query& query)
+    {
+        present(query);
+        pass(PromptTerminal::armingTime);
+    }
+    void look() { screen.feed(pty.read()); }
+    // Lets time pass as the agent's loop would.
+    void pass(Clock::Duration time)
+    {
+        host.advance(time);
+        look();
+    }
+    void type(std::string_view keys)
+    {
+        pty.type(keys);
+        for (const auto& [fd, readable] : std::map(watched)) {
+            pollfd terminal{fd, POLLIN, 0};
+            if (::poll(&terminal, 1, 0) > 0)
+                readable();
+        }
+        host.mainThread.runPending();
+        look();
+    }
+    std::string outcome() const
+    {
+        if (!wait->hasResponse())
+            return "none";
+        const user_prompt_response response = wait->response();
+        return (response.decision == DECISION_ALLOW ? "allow " : "deny ")
+            + std::to_string(response.duration) + " " + std::string(textOf(response.path));
+    }
+
+    Pty pty{80, 24};
+    TerminalEmulator screen{80, 24};
+    std::map<int, std::function<void()>> watched;
+    TerminalChoice choice = openChoice(pty.path());
+    TerminalMessages messages{choice, host.mainThread};
+    TerminalPrompts prompts{{host.clock, host.timers, host.mainThread, host.processes,
+                                [this](int fd, std::function<void()> readable) {
+                                    watched[fd] = std::move(readable);
+                                    return std::shared_ptr<void>(
+                                        nullptr, [this, fd](void*) { watched.erase(fd); });
+                                }},
+        choice, messages};
+    const Host ringing{host.clock, host.threads, host.mainThread, host.timers, host.driver,
+        host.session, host.accounts, host.processes, host.installers, host.volumes,
+        host.codeSigning, host.authenticator, host.notifications, host.notices, host.windows,
+        host.workspace, host.processControl, prompts};
+    PromptWindows windows{PromptContext{ringing, directories, broker, prompts}};
+    std::shared_ptr<QueryWait> wait;
+};
+
+constexpr char allowKey[] = "\033\r";
+
+TEST_F(TerminalPromptsTest, ShowsBothPromptsAndGivesTheScreenBack)
+{
+    const std::string before = screen.text();
+    presentArmed(makeQuery("/srv/work/report.txt"));
+    EXPECT_EQ(screen.text(), R"(
+
+
+
+
+
+  Vossel                                                             60 s left
+
+ editor via bash would like to access the file /srv/work/report.txt
+
+ Program    editor via bash  /usr/bin/editor (1)
+ Parent     /usr/bin/bash (77)
+ Signed by  unknown
+
+ How long   [^Q until it quits]  ^R until restart   ^F forever
+
+ Esc Deny    Alt-Return or A Allow    v details    ? keys)");
+    type("v");
+    pass(PromptTerminal::armingTime + 600ms);
+    type("\033[C\033[A\022p");
+    EXPECT_EQ(screen.text(),
+        R"(  Vossel                                                             59 s left
+
+ Vossel detected an attempt to read the following file...
+
+ File       /srv/work/report.txt
+ Program    editor via bash  /usr/bin/editor (1)
+ Parent     /usr/bin/bash (77)
+ Signed by  unknown
+
+ Files      ( ) File Extension .txt
+ ← →        ( ) Only /srv/work/report.txt
+            (*) Only /srv/work/
+            ( ) In /srv/work/  recommended
+            ( ) In /srv/
+            ( ) Any Files
+ Programs   ( ) any process
+ ↑ ↓        (*) editor
+            ( ) editor via bash  recommended
+            ( ) any process via bash
+            ( ) any with ancestor bash
+ How long    ^O once   ^Q until it quits  [^R until restart]  ^F forever
+ Access      p Read Only
+
+ Esc Deny    Alt-Return or A Allow    ? keys)");
+    EXPECT_TRUE(screen.ownScreen && screen.cursorHidden && !pty.isCooked());
+    type(allowKey);
+    EXPECT_EQ(outcome(), "allow 2 /srv/work/");
+    EXPECT_FALSE(screen.ownScreen || screen.cursorHidden || !pty.isCooked());
+    EXPECT_EQ(screen.text(), before);
+    EXPECT_THAT(screen.offences, IsEmpty());
+}
+
+TEST_F(TerminalPromptsTest, EachKeyDoesWhatItIsShownFor)
+{
+    const struct {
+        const char* keys;
+        const char* outcome;
+        bool rings = false;
+    } rows[] = {
+        {"\033\r", "allow 1 /srv/"},
+        {"A", "allow 1 /srv/"},
+        {"\033[13;5u", "allow 1 /srv/"}, // Control-Return, where a terminal has it
+        {"D", "deny 1 /srv/"},
+        {"\017\033\r", "allow 0 /srv/"},
+        {"\0333\033\r", "allow 2 /srv/"},
+        {"\006\033\r", "allow 3 /srv/"},
+        {"\033[D\033\r", "allow 1 "}, // any file
+        {"\r", "none", true},
+        {"\n", "none", true},
+        {"\003", "none", true}, // Control-C is no Enter
+        {"a", "none", true},
+        {"u", "none", true},
+        {"v", "none", true},
+        {"\033[1;5D", "none", true},
+        {"\033[200~A\r\033[201~", "none", true},
+        {"lsA", "none", true},
+    };
+    chooseAdvancedPrompts();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.keys);
+        presentArmed(makeQuery("/srv/x", OPERATION_WRITE));
+        screen.bells = 0;
+        type(row.keys);
+        EXPECT_EQ(outcome(), row.outcome);
+        EXPECT_EQ(screen.bells > 0, row.rings);
+        broker.cancelQuery();
+    }
+}
+
+TEST_F(TerminalPromptsTest, WhatIsTypedTooEarlyAnswersNothing)
+{
+    pty.type("A\n");
+    present(makeQuery("/srv/x"));
+    screen.bells = 0;
+    type(allowKey);
+    EXPECT_EQ(screen.bells, 1);
+    pass(PromptTerminal::armingTime - 1ms);
+    type("\033"); // its rest is late, and would deny
+    pass(1ms);
+    pass(KeyParser::escapePause);
+    EXPECT_EQ(outcome(), "none");
+    type("\033");
+    EXPECT_EQ(outcome(), "none");
+    pass(KeyParser::escapePause);
+    EXPECT_EQ(outcome(), "deny 1 /srv/x");
+}
+
+TEST_F(TerminalPromptsTest, HostileTextsDoNothingToTheTerminal)
+{
+    chooseAdvancedPrompts();
+    std::string path = "/srv/\033[2J\r\n\x9b"
+                       "31m\xff\u202eexe\u0301\uac00/";
+    path += std::string(800, 'x') + "/end";
+    policy_query query = makeQuery(path);
+    storeText(query.process_name, "/usr/\033]0;title\a/" + std::string(200, '\x01'));
+    storeText(query.reserved2, "Sig\tner\t\033[41m\u2066");
+    for (const auto& [width, height] : {std::pair{80, 24}, {200, 60}, {40, 10}, {7, 3}, {1, 1}}) {
+        SCOPED_TRACE(width);
+        pty.resize(width, height);
+        screen = TerminalEmulator(width, height);
+        presentArmed(query);
+        EXPECT_THAT(screen.text(), Not(IsEmpty()));
+        type("?");
+        type("?");
+        EXPECT_THAT(screen.text(), HasSubstr(width == 1 ? "E" : width == 7 ? "Esc" : "Allow"));
+        if (width == 80) {
+            EXPECT_THAT(
+                screen.text(), AllOf(HasSubstr("/srv/\\e[2J\\r\\n\\x9b"), HasSubstr("/end")));
+        }
+        broker.cancelQuery();
+        look();
+        EXPECT_THAT(screen.offences, IsEmpty());
+    }
+}
+
+// Once a second, and it has gone just before the answer that nobody gave.
+TEST_F(TerminalPromptsTest, CountsDownAndIsGoneBeforeTheQueryIs)
+{
+    const std::string before = screen.text();
+    present(makeQuery("/srv/x"));
+    EXPECT_EQ(host.timers.pending(), 1U);
+    pass(58s);
+    pass(1s);
+    EXPECT_THAT(screen.text(), HasSubstr(" 1 s left"));
+    pass(899ms);
+    EXPECT_TRUE(screen.ownScreen);
+    pass(1ms);
+    EXPECT_EQ(screen.text(), before);
+    EXPECT_EQ(host.timers.pending(), 0U);
+    type(allowKey);
+    EXPECT_EQ(outcome(), "none");
+}
+
+TEST_F(TerminalPromptsTest, FollowsTheTerminalsSize)
+{
+    presentArmed(makeQuery("/srv/x"));
+    pty.resize(50, 12);
+    screen = TerminalEmulator(50, 12);
+    prompts.terminalResized();
+    look();
+    EXPECT_THAT(screen.text(), HasSubstr("60 s left"));
+    EXPECT_THAT(screen.text(), HasSubstr("Allow"));
+    EXPECT_THAT(screen.offences, IsEmpty());
+}
+
+TEST_F(TerminalPromptsTest, OnlyATouchBarMayAnswerWhereThatIsWanted)
+{
+    writePreferences({{"ui.prompts.oob", 1}});
+    presentArmed(makeQuery("/srv/x"));
+    EXPECT_THAT(screen.text(), AllOf(HasSubstr("touch bar"), Not(HasSubstr("Allow"))));
+    for (const char* keys : {allowKey, "A", "D"}) {
+        screen.bells = 0;
+        type(keys);
+        EXPECT_EQ(screen.bells, 1) << keys;
+    }
+    EXPECT_EQ(outcome(), "none");
+}
+
+TEST_F(TerminalPromptsTest, AsksForAPasswordInThePrompt)
+{
+    presentArmed(makeQuery("/srv/x"));
+    std::vector<std::string> answers;
+    const auto take = [&](const std::optional<std::string>& answer) {
+        answers.push_back(answer.value_or("none"));
+    };
+    prompts.ask("Password of ann", false, take);
+    type("p\u00e4x\177s\r");
+    prompts.ask("Code\033[2J", true, take);
+    type("1\03325\025"
+         "7");
+    EXPECT_THAT(screen.text(), AllOf(HasSubstr("Code\\e[2J"), HasSubstr("> 7")));
+    EXPECT_FALSE(screen.cursorHidden);
+    prompts.ask("Again", true, take); // which ends the one before
+    broker.cancelQuery(); // and this one
+    host.mainThread.runPending();
+    prompts.ask("Nowhere to ask", true, take);
+    host.mainThread.runPending();
+    EXPECT_THAT(answers, testing::ElementsAre("p\u00e4s", "none", "none", "none"));
+}
+
+TEST_F(TerminalPromptsTest, GoesOnWithoutATerminalThatVanishes)
+{
+    present(makeQuery("/srv/x"));
+    pty.vanish();
+    host.advance(1s);
+    EXPECT_FALSE(choice.own().has_value());
+    host.advance(1s);
+    EXPECT_FALSE(wait->isOver());
+    broker.cancelQuery();
+    present(makeQuery("/srv/y"));
+    EXPECT_FALSE(wait->isOver());
+}
+
+TEST_F(TerminalPromptsTest, LeavesALineOnWhatBecameOfAPrompt)
+{
+    presentArmed(makeQuery("/srv/\033x"));
+    user_prompt_response response{};
+    response.decision = DECISION_DENY;
+    prompts.didDeliverResponse(response, QueryWait::Outcome::Answered);
+    host.mainThread.runPending();
+    broker.cancelQuery();
+    prompts.didDeliverResponse(response, QueryWait::Outcome::TimedOut);
+    prompts.didDeliverResponse(response, QueryWait::Outcome::Waiting); // was never shown
+    host.mainThread.runPending();
+    look();
+    EXPECT_EQ(screen.text(),
+        "$ cat report.txt\n"
+        "editor via bash: /srv/\\ex: denied, once\n"
+        "editor via bash: /srv/\\ex: not answered in time, denied");
+}
+
+// What other programs write meanwhile goes on above the prompt, and nothing of it is lost.
+TEST(ScreenPainterTest, LeavesTheRestOfTheScreenToOthers)
+{
+    Pty pty(20, 6);
+    TerminalEmulator screen(20, 6);
+    auto device = *TerminalDevice::open(pty.path());
+    const auto terminal = *TerminalCapabilities::load("linux"); // which has one screen only
+    ScreenPainter painter(device, terminal, ScreenPainter::Place::Bottom);
+    const auto write = [&](const char* text) { ::dprintf(pty.device(), "%s", text); };
+    const auto look = [&] { screen.feed(pty.read()); };
+    write("one\r\ntwo\r\nthree\r\nfour\r\nname: ");
+    painter.begin();
+    Screen prompt{{2, ScreenRow(18)}, std::nullopt};
+    prompt.rows[0].add("Allow it?");
+    prompt.rows[1].add("Esc A");
+    painter.paint(prompt);
+    look();
+    EXPECT_EQ(screen.text(), "two\nthree\nfour\nname:\nAllow it?\nEsc A");
+    write("ann\r\nfive\r\n");
+    prompt.rows[1] = ScreenRow(18);
+    prompt.rows[1].add("5 s");
+    painter.paint(prompt);
+    look();
+    EXPECT_EQ(screen.text(), "four\nname: ann\nfive\n\nAllow it?\n5 s");
+    painter.end();
+    write("six\r\nseven\r\neight\r\nnine");
+    look();
+    EXPECT_EQ(screen.text(), "name: ann\nfive\nsix\nseven\neight\nnine");
+    EXPECT_THAT(screen.offences, IsEmpty());
+}
+
+TEST(HangUpFilterTest, PassesOverThoseOfAVanishedTerminal)
+{
+    SimulatedHost host;
+    bool vanished = false;
+    int reloads = 0;
+    HangUpFilter filter(host.processControl, host.clock, [&] { return vanished; });
+    filter.onHangUp([&] { ++reloads; });
+    host.clock.advance(5s);
+    host.processControl.hangUp();
+    EXPECT_EQ(reloads, 1);
+    vanished = true;
+    host.processControl.hangUp();
+    host.clock.advance(1s);
+    host.processControl.hangUp();
+    EXPECT_EQ(reloads, 1);
+    host.clock.advance(1s);
+    host.processControl.hangUp();
+    EXPECT_EQ(reloads, 2);
+}
+
+}
+}
