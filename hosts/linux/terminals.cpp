@@ -5,6 +5,7 @@
 #include "hosts/linux/processes.h"
 
 #include <sys/sysmacros.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -15,7 +16,7 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t largestEnvironment = 8 * 1024 * 1024;
+constexpr std::size_t largestEnvironment = std::size_t{8} * 1024 * 1024;
 constexpr std::size_t longestValue = 4096;
 constexpr std::size_t longestDeviceName = 255;
 // All its minor numbers, 2^20, are the pseudo-terminals' own; the majors 137 to 143 are unused.
@@ -134,7 +135,7 @@ std::optional<std::int32_t> LinuxTerminals::foregroundOf(
 }
 
 bool LinuxTerminals::hasOthers(
-    std::uint64_t device, std::initializer_list<std::int32_t> processes) const
+    std::int32_t session, std::initializer_list<std::int32_t> processes) const
 {
     std::set<std::int32_t> known = {0};
     for (std::int32_t pid : processes) {
@@ -146,10 +147,7 @@ bool LinuxTerminals::hasOthers(
     const auto all = LinuxProcesses(root_.at("/")).all();
     return std::any_of(all.begin(), all.end(), [&](std::uint32_t number) {
         const auto pid = static_cast<std::int32_t>(number);
-        if (known.contains(pid))
-            return false;
-        const auto fields = readStat(root_, pid);
-        return fields && isOn(*fields, device);
+        return !known.contains(pid) && ::getsid(pid) == session;
     });
 }
 

@@ -33,10 +33,10 @@ public:
     // empty when that has another terminal or is gone.
     [[nodiscard]] std::optional<std::int32_t> foregroundOf(
         std::uint64_t device, std::int32_t pid) const;
-    // Whether processes other than these and their ancestors have this terminal. Looks through the
-    // whole process table, about 10 us a process.
+    // Whether processes other than these and their ancestors belong to this session, and so have its
+    // terminal. Asks the kernel about every process, about 1 us each.
     [[nodiscard]] bool hasOthers(
-        std::uint64_t device, std::initializer_list<std::int32_t> processes) const;
+        std::int32_t session, std::initializer_list<std::int32_t> processes) const;
     // A variable of the environment that a process was started with; empty when it may not be read,
     // is not there or is longer than 4096 bytes. The value is the process's own word: any bytes but
     // NUL.

@@ -32,7 +32,8 @@ void ScreenPainter::begin()
 {
     size_ = device_.size();
     if (place_ == Place::OwnScreen)
-        device_.write(terminal_.enterScreen + std::string(TerminalCapabilities::markPastes));
+        device_.write(terminal_.enterScreen + std::string(TerminalCapabilities::sevenBits)
+            + std::string(TerminalCapabilities::markPastes));
     if (place_ == Place::Over)
         device_.write(terminal_.saveCursor);
     if (place_ != Place::Bottom)
@@ -136,7 +137,8 @@ std::string ScreenPainter::leaveBottom()
     return bytes + terminal_.scrollOnly(0, device_.size().rows - 1) + terminal_.restoreCursor;
 }
 
-// Brings the rows that have changed up to date.
+// Brings the rows that have changed up to date. Terminals disagree about the width of some
+// characters: a row that gets too wide must not go on in the next one.
 std::string ScreenPainter::changes(const Screen& screen)
 {
     std::string bytes;
@@ -150,7 +152,7 @@ std::string ScreenPainter::changes(const Screen& screen)
             + terminal_.clearToEndOfLine;
         shown_[i] = std::move(row);
     }
-    return bytes;
+    return bytes.empty() ? bytes : terminal_.wrapOff + bytes + terminal_.wrapOn;
 }
 
 std::string ScreenPainter::draw(const ScreenRow& row) const

@@ -97,6 +97,8 @@ Result<TerminalCapabilities> TerminalCapabilities::load(const std::string& type)
         return Failure{"a terminal of the kind \"" + type + "\" cannot show a prompt"};
     terminal.hideCursor = capability("civis");
     terminal.showCursor = capability("cnorm");
+    terminal.wrapOff = capability("rmam");
+    terminal.wrapOn = capability("smam");
     terminal.bold = capability("bold");
     terminal.dim = capability("dim");
     terminal.reverse = capability("rev");

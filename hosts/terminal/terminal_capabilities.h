@@ -28,6 +28,8 @@ public:
     std::string restoreCursor;
     std::string hideCursor;
     std::string showCursor;
+    std::string wrapOff; // what goes beyond the last column stays in its row
+    std::string wrapOn;
     std::string bold;
     std::string dim;
     std::string reverse;
@@ -39,6 +41,8 @@ public:
     // Has what is pasted marked as such. Not in the database; other terminals pass over it.
     static constexpr std::string_view markPastes = "\033[?2004h";
     static constexpr std::string_view unmarkPastes = "\033[?2004l";
+    // Has it send its answers in seven bits, whatever a program has set: others end no paste here.
+    static constexpr std::string_view sevenBits = "\033 F";
 
     // To a row and a column, counted from 0.
     [[nodiscard]] std::string moveTo(int row, int column) const;

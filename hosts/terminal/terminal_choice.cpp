@@ -69,19 +69,17 @@ Result<TerminalChoice> TerminalChoice::open(const std::string& path)
 std::optional<TerminalChoice::Place> TerminalChoice::placeFor(std::int32_t pid)
 {
     forgetVanished();
-    auto place = freePlaceFor(pid);
+    const auto terminal = terminals_.of(pid);
+    std::optional<Place> place;
+    if (terminal && terminal->foregroundGroup == terminal->processGroup)
+        place = programsTerminal(*terminal, pid);
+    const std::int32_t session = place ? terminal->session : ::getsid(0);
+    if (!place && isOwnInForeground())
+        place = own_;
     if (place)
-        place->shared = terminals_.hasOthers(place->device->number(), {pid, ::getpid()});
+        place->shared = terminals_.foregroundOf(place->device->number(), session)
+            && terminals_.hasOthers(session, {pid, ::getpid()});
     return place;
-}
-
-std::optional<TerminalChoice::Place> TerminalChoice::freePlaceFor(std::int32_t pid)
-{
-    if (auto place = programsTerminal(pid))
-        return place;
-    if (own_ && isOwnInForeground())
-        return own_;
-    return std::nullopt;
 }
 
 bool TerminalChoice::isOwnInForeground() const
@@ -102,21 +100,19 @@ void TerminalChoice::forgetVanished()
     logText("the terminal has gone; the agent goes on without it");
 }
 
-std::optional<TerminalChoice::Place> TerminalChoice::programsTerminal(std::int32_t pid)
+std::optional<TerminalChoice::Place> TerminalChoice::programsTerminal(
+    const ControllingTerminal& terminal, std::int32_t pid)
 {
-    const auto terminal = terminals_.of(pid);
-    if (!terminal || terminal->foregroundGroup != terminal->processGroup)
-        return std::nullopt;
-    if (own_ && terminal->device == own_->device->number())
+    if (own_ && terminal.device == own_->device->number())
         return own_;
-    auto device = TerminalDevice::open(terminal->path);
+    auto device = TerminalDevice::open(terminal.path);
     // By its number, for the name could be another's by now; by its owner, for whoever sits at
     // somebody else's terminal must not answer for this user.
-    if (!device || device->number() != terminal->device || device->owner() != ::getuid())
+    if (!device || device->number() != terminal.device || device->owner() != ::getuid())
         return std::nullopt;
     // The shell knows its terminal better than a program that may have been told anything.
     const auto variable = [&](const char* name) {
-        auto value = terminals_.environmentOf(terminal->session, name);
+        auto value = terminals_.environmentOf(terminal.session, name);
         return value ? value : terminals_.environmentOf(pid, name);
     };
     auto capabilities = capabilitiesOf(variable("TERM").value_or(""));

@@ -49,8 +49,8 @@ private:
     {
     }
 
-    [[nodiscard]] std::optional<Place> freePlaceFor(std::int32_t pid);
-    [[nodiscard]] std::optional<Place> programsTerminal(std::int32_t pid);
+    [[nodiscard]] std::optional<Place> programsTerminal(
+        const ControllingTerminal& terminal, std::int32_t pid);
     [[nodiscard]] std::shared_ptr<const TerminalCapabilities> capabilitiesOf(
         const std::string& type);
 

@@ -121,7 +121,7 @@ private:
     void takeSequence()
     {
         const char end = pending_.back();
-        if (pending_.size() == 2 && (end == '[' || end == '(' || end == ')'))
+        if (pending_.size() == 2 && std::string_view("[() ").find(end) != std::string_view::npos)
             return;
         if (pending_[1] == '[' && (end < 0x40 || end > 0x7E))
             return;
@@ -134,7 +134,7 @@ private:
             index();
         else if (sequence[0] == '[')
             control(sequence.substr(1, sequence.size() - 2), end);
-        else if (sequence != "(B")
+        else if (sequence != "(B" && sequence != " F")
             offences.push_back("escape " + sequence);
     }
 
@@ -163,7 +163,7 @@ private:
                 switchScreen();
         } else if (parameters == "?25" || parameters == "?12;25" || parameters == "?12") {
             cursorHidden = end == 'l' && parameters == "?25";
-        } else if (end != 'm' && end != 't' && parameters != "?2004") {
+        } else if (end != 'm' && end != 't' && parameters != "?2004" && parameters != "?7") {
             offences.push_back("control " + parameters + end);
         }
     }
