@@ -173,20 +173,22 @@ std::string ScreenPainter::draw(const ScreenRow& row) const
             begin = terminal_.bold;
             break;
         case Style::Title:
-        case Style::Escape:
             begin = terminal_.reverse;
+            break;
+        case Style::Escape:
+            begin = terminal_.underline;
             break;
         case Style::Chosen:
             begin = terminal_.bold + terminal_.reverse;
             break;
         case Style::Warning:
-            begin = terminal_.bold + colour(TerminalCapabilities::Yellow);
+            begin = terminal_.bold + colour(TerminalCapabilities::Red);
             break;
         case Style::Allow:
-            begin = terminal_.bold + colour(TerminalCapabilities::Green);
+            begin = colour(TerminalCapabilities::Green);
             break;
         case Style::Deny:
-            begin = terminal_.bold + colour(TerminalCapabilities::Red);
+            begin = colour(TerminalCapabilities::Red);
             break;
         }
         bytes += begin + span.text + (begin.empty() ? std::string() : terminal_.plain);

@@ -102,14 +102,14 @@ Result<TerminalCapabilities> TerminalCapabilities::load(const std::string& type)
     terminal.bold = capability("bold");
     terminal.dim = capability("dim");
     terminal.reverse = capability("rev");
+    terminal.underline = capability("smul");
     terminal.plain = capability("sgr0");
     // Without a way back to plain text nothing may be marked.
     if (terminal.plain.empty())
-        terminal.bold = terminal.dim = terminal.reverse = {};
+        terminal.bold = terminal.dim = terminal.reverse = terminal.underline = {};
     if (!terminal.plain.empty() && ::tigetnum("colors") >= 8) {
         const std::string colour = capability("setaf");
-        terminal.foreground = {
-            expand(colour, COLOR_RED), expand(colour, COLOR_GREEN), expand(colour, COLOR_YELLOW)};
+        terminal.foreground = {expand(colour, COLOR_RED), expand(colour, COLOR_GREEN)};
     }
     return terminal;
 }

@@ -12,8 +12,8 @@ namespace vossel {
 // texts: it does not have that. Main thread only.
 class TerminalCapabilities {
 public:
-    enum Color { Red, Green, Yellow };
-    static constexpr std::size_t colors = 3;
+    enum Color { Red, Green };
+    static constexpr std::size_t colors = 2;
 
     // `type` is the value of TERM. Fails for an unknown kind, and for one whose cursor cannot be
     // moved or whose lines cannot be cleared: a prompt cannot be shown there.
@@ -33,7 +33,8 @@ public:
     std::string bold;
     std::string dim;
     std::string reverse;
-    std::string plain; // ends bold, dim, reverse and colours
+    std::string underline;
+    std::string plain; // ends these and colours
     std::array<std::string, colors> foreground;
     // A row down in the same column, the screen scrolled up at its end. Not in the database as
     // such.
