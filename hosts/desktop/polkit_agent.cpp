@@ -82,6 +82,7 @@ struct PolkitAgent::Authentication {
     QString cookie;
     std::string user;
     int failures = 0;
+    bool answered = false; // to this helper
     std::unique_ptr<PolkitHelper> helper{};
 };
 
@@ -165,6 +166,7 @@ void PolkitAgent::begin(const QDBusMessage& call)
 
 bool PolkitAgent::startHelper()
 {
+    current_->answered = false;
     current_->helper = std::make_unique<PolkitHelper>(
         PolkitHelper::Listener{[this](const PolkitHelperLine& line) { relay(line); },
             [this](PolkitHelper::End end) { helperEnded(end); }});
@@ -191,6 +193,7 @@ void PolkitAgent::relay(const PolkitHelperLine& line)
 void PolkitAgent::takeAnswer(const std::optional<std::string>& answer)
 {
     asked_.reset();
+    current_->answered = true;
     if (answer)
         current_->helper->answer(*answer);
     else
@@ -212,7 +215,8 @@ void PolkitAgent::helperEnded(PolkitHelper::End end)
         logText("polkit's helper ended without saying who proved themselves");
         finish(failedError);
     } else {
-        if (++current_->failures == triesAllowed || !startHelper())
+        // Without an answer another try would fail as this one did.
+        if (!current_->answered || ++current_->failures == triesAllowed || !startHelper())
             finish(failedError);
         question_.tell("Authentication failed.");
     }

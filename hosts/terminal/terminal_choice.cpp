@@ -82,6 +82,15 @@ std::optional<TerminalChoice::Place> TerminalChoice::placeFor(std::int32_t pid)
     return place;
 }
 
+bool TerminalChoice::isStillFree(const Place& place, std::int32_t pid) const
+{
+    const auto terminal = terminals_.of(pid);
+    if (terminal && terminal->device == place.device->number()
+        && terminal->foregroundGroup == terminal->processGroup)
+        return true;
+    return own_ && own_->device == place.device && isOwnInForeground();
+}
+
 bool TerminalChoice::isOwnInForeground() const
 {
     if (!own_)

@@ -36,6 +36,9 @@ public:
 
     // Where the user can be asked now about this process; empty when nowhere.
     [[nodiscard]] std::optional<Place> placeFor(std::int32_t pid);
+    // Whether that place can still be had: the program may have been killed, and its shell reads the
+    // keys again.
+    [[nodiscard]] bool isStillFree(const Place& place, std::int32_t pid) const;
     // The agent's own terminal while it is there.
     [[nodiscard]] const std::optional<Place>& own() const { return own_; }
     // Whether the agent is the one who is spoken to on its own terminal.

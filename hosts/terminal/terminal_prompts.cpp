@@ -129,8 +129,8 @@ void TerminalPrompts::closed(const Prompt& prompt)
 
 void TerminalPrompts::appear()
 {
-    const auto place = choice_.placeFor(pid());
-    if (!place) {
+    place_ = choice_.placeFor(pid());
+    if (!place_) {
         if (!std::exchange(rung_, true)) {
             logText("nobody can be asked now about %@: no terminal is free", subject_);
             if (const auto& own = choice_.own())
@@ -138,10 +138,10 @@ void TerminalPrompts::appear()
         }
         return;
     }
-    if (choice_.own() && place->device == choice_.own()->device)
+    if (choice_.own() && place_->device == choice_.own()->device)
         messages_.hold(true);
     screen_ = std::make_unique<PromptTerminal>(
-        PromptTerminal::Services{services_.clock, services_.timers, services_.watch}, *place,
+        PromptTerminal::Services{services_.clock, services_.timers, services_.watch}, *place_,
         PromptTerminal::Handlers{[this](const std::vector<TerminalKey>& keys) { takeKeys(keys); },
             [this] { moveAway(); }});
     paint();
@@ -152,10 +152,11 @@ void TerminalPrompts::appear()
 void TerminalPrompts::disappear()
 {
     screen_.reset();
+    place_.reset();
     messages_.hold(false);
 }
 
-// The terminal has gone, with the prompt on it or not.
+// The terminal has gone, or somebody else reads its keys now.
 void TerminalPrompts::moveAway()
 {
     endQuestion(std::nullopt);
@@ -228,7 +229,7 @@ void TerminalPrompts::tick()
         disappear();
         return;
     }
-    if (screen_ && screen_->vanished()) {
+    if (screen_ && (screen_->vanished() || !choice_.isStillFree(*place_, pid()))) {
         moveAway();
     } else if (screen_) {
         (void)screen_->followSize();

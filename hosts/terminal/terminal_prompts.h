@@ -22,7 +22,6 @@ class MainThread;
 class PermissionsManager;
 class Processes;
 class QueryWait;
-class TerminalChoice;
 class TerminalMessages;
 
 // Shows prompts on a terminal and feeds its keys to them. The terminal is chosen for each prompt;
@@ -107,7 +106,8 @@ private:
     std::shared_ptr<QueryWait> wait_; // of the latest prompt
     std::int64_t recommendedProcess_ = -1;
     std::string subject_; // of the latest prompt: who wanted what
-    std::unique_ptr<PromptTerminal> screen_; // while the prompt stands somewhere
+    std::optional<TerminalChoice::Place> place_; // where the prompt stands, if anywhere
+    std::unique_ptr<PromptTerminal> screen_; // there
     Timers::Timer tick_ = 0;
     bool rung_ = false; // for this prompt, which stands nowhere yet
     bool sounded_ = false; // since the last key

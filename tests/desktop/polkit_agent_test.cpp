@@ -4,7 +4,6 @@
 #include "hosts/linux/accounts.h"
 #include "platform/person_question.h"
 
-#include <QDBusPendingCallWatcher>
 #include <QTimer>
 #include <gmock/gmock.h>
 
@@ -22,10 +21,7 @@ const std::string asks = "echo 'PAM_PROMPT_ECHO_OFF Password: '\n";
 const std::string takes
     = asks + "read -r it; [ \"$it\" = right ] && echo SUCCESS || echo FAILURE\n";
 
-PolkitSubject group(uint id)
-{
-    return {QStringLiteral("unix-group"), {{QStringLiteral("gid"), id}}};
-}
+const PolkitSubject group{QStringLiteral("unix-group"), {{QStringLiteral("gid"), 0U}}};
 
 PolkitSubject user(uint id)
 {
@@ -48,8 +44,10 @@ protected:
     {
         ASSERT_TRUE(writeFile(directory_ / "helper",
             "#!/bin/sh\nread -r cookie; echo $$ >'" + directory_ / "pid" + "'\n"
-                + "[ \"$cookie$DBUS_SYSTEM_BUS_ADDRESS\" = cookie ] && [ ! -e /proc/$$/fd/200 ]"
-                + " && grep -q '^SigBlk:.0*$' /proc/self/status || exit 1\n" + script,
+                + "while read -r key mask && [ $key != SigBlk: ]; do :; done </proc/self/status\n"
+                  "[ $cookie$DBUS_SYSTEM_BUS_ADDRESS$mask = cookie0000000000000000 ] || exit 1\n"
+                  "[ ! -e /proc/$$/fd/200 ] || exit 1\n"
+                + script,
             0755));
     }
     // What happens at each question: one of the acts of act(), or what is typed.
@@ -62,6 +60,8 @@ protected:
             QCoreApplication::quit();
         });
         QCoreApplication::exec();
+        if (auto late = std::exchange(answer_, {}))
+            late("right");
         return right;
     }
     void playPolkit()
@@ -71,7 +71,7 @@ protected:
             const bool registers = call.member().startsWith(u"Register");
             if (call.member() == QStringLiteral("CheckAuthorization")) {
                 call.arguments().value(0).value<QDBusArgument>() >> checked_;
-                agent_.service().isEmpty() ? decide(call, true) : begin(call);
+                agent_.service().isEmpty() ? decide(call, true) : authenticate(call);
             } else if (registers && !takesAgents_) {
                 send(call.createErrorReply(QDBusError::Failed, QStringLiteral("no")));
             } else {
@@ -99,43 +99,38 @@ private:
         result.endStructure();
         reply(check, {QVariant::fromValue(result)});
     }
-    void begin(const QDBusMessage& check)
-    {
-        QDBusArgument identities;
-        identities << identities_;
-        callAgent("service", "BeginAuthentication",
-            {QString(), QString(), QString(), check.arguments().value(2), QStringLiteral("cookie"),
-                QVariant::fromValue(identities)},
-            [this, check](const std::string& outcome) {
-                seen_.push_back(outcome);
-                decide(check, outcome == "proved");
-            });
-    }
-    void callAgent(const char* caller, const char* method, const QVariantList& arguments,
-        const std::function<void(const std::string&)>& then)
+    std::string callAgent(const char* caller, const char* method, const QVariantList& arguments)
     {
         auto call = QDBusMessage::createMethodCall(agent_.service(),
             agent_.arguments().value(2).toString(),
             QStringLiteral("org.freedesktop.PolicyKit1.AuthenticationAgent"), QString(method));
         call.setArguments(arguments);
-        auto* const watcher = new QDBusPendingCallWatcher(join(caller).asyncCall(call), this);
-        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, [watcher, then] {
-            const QString error = watcher->reply().errorName();
-            then(error.isEmpty() ? "proved" : error.section(u'.', -1).toStdString());
-        });
+        const auto outcome = callServing(join(caller), call, ChildProcess::patience);
+        return outcome.type() == QDBusMessage::ReplyMessage
+            ? "proved"
+            : outcome.errorName().section(u'.', -1).toStdString();
+    }
+    void authenticate(const QDBusMessage& check)
+    {
+        const QString none;
+        QDBusArgument identities;
+        identities << identities_;
+        seen_.push_back(callAgent("service", "BeginAuthentication",
+            {none, none, none, check.arguments().value(2), QStringLiteral("cookie"),
+                QVariant::fromValue(identities)}));
+        decide(check, seen_.back() == "proved");
     }
     void act(const std::string& what, const Answer& answer)
     {
         if (what == "stranger cancels" || what == "polkit cancels") {
             const char* const caller = what == "polkit cancels" ? "service" : "stranger";
-            callAgent(caller, "CancelAuthentication", {QStringLiteral("cookie")},
-                [answer](
-                    const auto& outcome) { answer(outcome == "AccessDenied" ? "right" : "x"); });
+            const auto outcome
+                = callAgent(caller, "CancelAuthentication", {QStringLiteral("cookie")});
+            answer(outcome == "AccessDenied" ? "right" : "wrong");
         } else if (what == "program cancels") {
             authenticator_.cancel();
             const auto pid = readFile(directory_ / "pid", 100);
             seen_.emplace_back(::kill(std::stoi(*pid), 0) == 0 ? "helper lives" : "helper gone");
-            answer("right"); // too late
         } else if (what == "program asks anew") {
             seen_.emplace_back(authenticator_.obtainAdministratorRight() ? "right" : "no right");
         } else if (what == "program quits") {
@@ -147,6 +142,7 @@ private:
     void ask(const std::string& text, bool echo, Answer answer) override
     {
         seen_.push_back((echo ? "shown: " : "") + text);
+        answer_ = answer;
         if (acts_.empty())
             return;
         QTimer::singleShot(0, [this, what = acts_.front(), answer] { act(what, answer); });
@@ -157,6 +153,7 @@ private:
 
     QDBusMessage agent_; // how it registered
     std::deque<std::string> acts_;
+    Answer answer_; // to the last question
 };
 
 TEST_F(PolkitAgentTest, AsksWhatTheHelperAsksAndTellsPolkitHowItEnded)
@@ -166,7 +163,7 @@ TEST_F(PolkitAgentTest, AsksWhatTheHelperAsksAndTellsPolkitHowItEnded)
         std::string helper;
         std::deque<std::string> acts;
         Texts seen;
-        QList<PolkitSubject> identities{group(0), user(65534), user(::getuid())};
+        QList<PolkitSubject> identities{group, user(65534), user(::getuid())};
     } stories[] = {
         {takes, {"right"}, {me_, "proved"}},
         {takes, {"wrong", "right\nmore"}, {me_, wrong, me_, "proved"}},
@@ -176,11 +173,12 @@ TEST_F(PolkitAgentTest, AsksWhatTheHelperAsksAndTellsPolkitHowItEnded)
         {takes, {"stranger cancels"}, {me_, "proved"}},
         {takes, {"program cancels"}, {me_, "withdrawn", "helper gone", "Cancelled"}},
         {takes, {"program asks anew", "right"},
-            {me_, "withdrawn", "Cancelled", me_, "proved", "right"}},
+            {me_, "withdrawn", me_, "proved", "right", "Cancelled"}},
         {takes, {"right"}, {"Password of nobody (administrator)", "proved"},
-            {group(0), user(4'000'000'000), user(65534)}},
-        {takes, {}, {"Failed"}, {group(0), user(4'000'000'000)}},
+            {group, user(4'000'000'000), user(65534)}},
+        {takes, {}, {"Failed"}, {group, user(4'000'000'000)}},
         {takes, {}, {"Failed"}, {}},
+        {"echo FAILURE\n", {}, {wrong, "Failed"}},
         {asks + "kill -9 $$\n", {}, {me_, "withdrawn", "Failed"}},
         {asks + "echo hello; read -r it\n", {}, {me_, "withdrawn", "Failed"}},
         {"head -c 9000 /dev/zero; read -r it\n", {}, {"Failed"}},
@@ -193,7 +191,7 @@ SUCCESS
             {"told: \t\"quote\" back\\slash \u00e4 \uFFFD89\\",
                 "shown: " + name_ + " (administrator): Code of " + name_ + ":", "withdrawn",
                 "proved"}},
-        {takes, {"program quits"}, {me_, "withdrawn"}},
+        {takes, {"program quits"}, {me_, "", "withdrawn"}},
     };
     playPolkit();
     for (const auto& [helper, acts, seen, identities] : stories) {
@@ -206,7 +204,7 @@ SUCCESS
     }
     ::unlink((directory_ / "helper").c_str());
     EXPECT_FALSE(obtain({}));
-    EXPECT_THAT(seen_, ElementsAre(me_, "withdrawn", "Cancelled", "Failed"));
+    EXPECT_THAT(seen_, ElementsAre(me_, "", "withdrawn", "Failed"));
 }
 
 TEST_F(PolkitAgentTest, IsThereWhilePolkitChecksThisProcess)

@@ -40,7 +40,8 @@ protected:
     }
     void TearDown() override
     {
-        QDBusConnection::disconnectFromBus(QStringLiteral("service"));
+        for (const char* name : {"service", "stranger"})
+            QDBusConnection::disconnectFromBus(QString(name));
         stopBus();
     }
     void startBus()
