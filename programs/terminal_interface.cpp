@@ -49,8 +49,8 @@ public:
     void setManager(const PermissionsManager* manager) override { prompts_.setManager(manager); }
     bool start(ThreadLauncher&) override
     {
-        messages_.say(
-            "Vossel asks on this terminal, or on that of the program. Control-C ends it.");
+        messages_.say("Vossel asks here, or on the program's own terminal. Control-C between "
+                      "prompts ends it.");
         return true;
     }
     void stop() override { prompts_.leave(); }

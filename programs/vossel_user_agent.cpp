@@ -44,7 +44,8 @@ void logToStandardError(std::string_view line)
 
 // How to ask, by its name; without one a terminal. Fails with the reason when it cannot be done
 // here.
-vossel::Result<vossel::UserInterface::Factory> interfaceCalled(const std::string& name)
+vossel::Result<vossel::UserInterface::Factory> interfaceCalled(
+    const std::string& name, bool ownTerminalOnly, bool log)
 {
     using vossel::Failure;
     if (name == "lines")
@@ -52,9 +53,13 @@ vossel::Result<vossel::UserInterface::Factory> interfaceCalled(const std::string
     if (!name.empty() && name != "terminal")
         return Failure{
             "there is no way to ask called \"" + name + "\" (there are: terminal, lines)"};
+    if (log && ::isatty(STDERR_FILENO))
+        return Failure{"the log would be written over the prompts; redirect it: 2>FILE"};
     auto terminals = vossel::TerminalChoice::open();
     if (!terminals)
         return Failure{terminals.reason() + " (a script asks with --prompt lines)"};
+    if (ownTerminalOnly)
+        terminals->useOwnOnly();
     return vossel::terminalInterface(std::move(*terminals));
 }
 
@@ -62,11 +67,14 @@ int run(int argc, char** argv)
 {
     std::string prompt;
     std::string prefix;
+    bool ownTerminalOnly = false;
     bool log = false;
     CLI::App app("Asks the user about accesses that no rule decides.", "VosselUserAgent");
     app.set_version_flag("--version", VOSSEL_VERSION);
     app.add_option("--prompt", prompt,
         "How to ask: terminal (where nothing is said), lines (JSON events out, commands in)");
+    app.add_flag("--own-terminal-only", ownTerminalOnly,
+        "Never ask on the terminals of programs, which may press keys there themselves");
     app.add_option("--prefix", prefix, "Folder below which the product's files lie")
         ->envname("VOSSEL_PREFIX");
     app.add_flag("--log", log, "Write diagnostics to standard error");
@@ -76,7 +84,7 @@ int run(int argc, char** argv)
         // Help and version arrive here as well, with status 0.
         return error.get_exit_code() == 0 ? app.exit(error) : refuse(error.what());
     }
-    auto interface = interfaceCalled(prompt);
+    auto interface = interfaceCalled(prompt, ownTerminalOnly, log);
     if (!interface)
         return refuse(interface.reason());
 

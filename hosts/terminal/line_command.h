@@ -38,7 +38,7 @@ Result<LineCommand> parseLineCommand(std::string_view line);
 // bytes, and skipped to its end. A last line without a line break counts.
 class LineSplitter {
 public:
-    static constexpr std::size_t longestLine = 64 * 1024;
+    static constexpr std::size_t longestLine = std::size_t{64} * 1024;
     static constexpr std::size_t shownOfLongLine = 80;
 
     // `line` is valid during the call, without its line break ("\n" or "\r\n").

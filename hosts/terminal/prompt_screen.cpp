@@ -28,25 +28,26 @@ constexpr std::array<Detail, 5> details{{
     {false, true, 3, 4, true, 3},
     {false, true, 2, 3, true, 1},
     {false, true, 1, 2, true, 1},
-    {false, false, 1, 1, false, 0},
+    {false, false, 1, 2, false, 0},
 }};
 
 struct HelpLine {
     const char* keys;
     const char* meaning;
-    bool advancedOnly;
+    enum { Both, AdvancedOnly, SimpleOnly } prompts;
 };
 
-constexpr std::array<HelpLine, 9> helpLines{{
-    {"Alt-Return, A", "allow", false},
-    {"Escape, D", "deny", false},
-    {"^O ^Q ^R ^F", "how long: once, until it quits, until restart, forever", false},
-    {"", "(^ is Control; Alt does the same, and so do Alt-1 to Alt-4)", false},
-    {"Left, Right", "next and previous entry of \"Files\"", true},
-    {"Down, Up", "next and previous entry of \"Programs\"", true},
-    {"p", "the next kind of access", true},
-    {"u", "whether later versions of the program are covered", true},
-    {"?", "back", false},
+constexpr std::array<HelpLine, 10> helpLines{{
+    {"Alt-Return, A", "allow", HelpLine::Both},
+    {"Escape, D", "deny", HelpLine::Both},
+    {"^O ^Q ^R ^F", "how long: once, until it quits, until restart, forever", HelpLine::Both},
+    {"", "(^ is Control; Alt does the same, and so do Alt-1 to Alt-4)", HelpLine::Both},
+    {"Left, Right", "next and previous entry of \"Files\"", HelpLine::AdvancedOnly},
+    {"Down, Up", "next and previous entry of \"Programs\"", HelpLine::AdvancedOnly},
+    {"p", "the next kind of access", HelpLine::AdvancedOnly},
+    {"u", "whether later versions of the program are covered", HelpLine::AdvancedOnly},
+    {"v", "all details, with more to choose", HelpLine::SimpleOnly},
+    {"?", "back", HelpLine::Both},
 }};
 
 class Layout {
@@ -240,7 +241,7 @@ private:
     void help()
     {
         for (const HelpLine& line : helpLines) {
-            if (line.advancedOnly && !view_.advanced)
+            if (line.prompts == (view_.advanced ? HelpLine::SimpleOnly : HelpLine::AdvancedOnly))
                 continue;
             ScreenRow row(width_);
             row.add(line.keys, Style::Strong).padTo(16);

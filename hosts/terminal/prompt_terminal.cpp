@@ -1,6 +1,7 @@
 #include "hosts/terminal/prompt_terminal.h"
 
 #include <algorithm>
+#include <string.h>
 #include <utility>
 
 namespace vossel {
@@ -35,13 +36,14 @@ PromptTerminal::PromptTerminal(
     , charset_(place.charset)
     , handlers_(std::move(handlers))
     , over_(device_->isTakenOver())
+    , taken_(device_->takeOver())
     , painter_(*device_, *terminal_, paintingPlace(place, over_))
 {
-    (void)device_->takeOver();
+    if (!taken_)
+        return;
     painter_.begin();
     size_ = device_->size();
     watch_ = services_.watch(device_->descriptor(), [this] { readable(); });
-    arm();
 }
 
 PromptTerminal::~PromptTerminal()
@@ -49,6 +51,8 @@ PromptTerminal::~PromptTerminal()
     services_.timers.cancel(escapeTimer_);
     services_.timers.cancel(writeTimer_);
     watch_.reset();
+    if (!taken_)
+        return;
     painter_.end();
     device_->giveBack();
     if (!over_)
@@ -69,26 +73,29 @@ bool PromptTerminal::followSize()
 
 void PromptTerminal::paint(const Screen& screen)
 {
-    painter_.paint(screen);
-    writeRest(firstPause);
+    latest_ = screen;
+    if (writeTimer_ == 0)
+        repaint(firstPause);
 }
 
-// A terminal takes nothing while another program is writing to it, which is over soon, and while it
-// is held up, which may last.
-void PromptTerminal::writeRest(Clock::Duration pause)
+// A terminal takes nothing while another program is writing to it, which is over soon, and while
+// nobody reads it, which may last.
+void PromptTerminal::repaint(Clock::Duration pause)
 {
-    services_.timers.cancel(std::exchange(writeTimer_, 0));
-    if (device_->write({}))
+    if (painter_.paint(latest_)) {
+        if (!armedAt_)
+            armedAt_ = services_.clock.now() + armingTime;
         return;
+    }
     writeTimer_ = services_.timers.once(pause, [this, pause] {
         writeTimer_ = 0;
-        writeRest(std::min(2 * pause, longestPause));
+        repaint(std::min(2 * pause, longestPause));
     });
 }
 
-void PromptTerminal::arm()
+bool PromptTerminal::isArmed() const
 {
-    armedAt_ = services_.clock.now() + armingTime;
+    return armedAt_ && services_.clock.now() >= *armedAt_;
 }
 
 void PromptTerminal::readable()
@@ -102,6 +109,7 @@ void PromptTerminal::readable()
     }
     std::vector<TerminalKey> keys;
     parser_.feed(bytes, keys);
+    ::explicit_bzero(bytes.data(), bytes.size()); // it may be a password
     services_.timers.cancel(std::exchange(escapeTimer_, 0));
     if (parser_.isPending())
         waitForRest();
@@ -110,7 +118,7 @@ void PromptTerminal::readable()
 
 void PromptTerminal::waitForRest()
 {
-    if (services_.clock.now() < armedAt_)
+    if (!isArmed())
         dropNext_ = true;
     escapeTimer_ = services_.timers.once(KeyParser::escapePause, [this] {
         escapeTimer_ = 0;
@@ -124,8 +132,10 @@ void PromptTerminal::takeKeys(std::vector<TerminalKey> keys)
 {
     if (keys.empty())
         return;
-    if (services_.clock.now() < armedAt_) {
+    if (!isArmed()) {
         dropNext_ = parser_.isPending();
+        if (armedAt_)
+            armedAt_ = services_.clock.now() + armingTime;
         bell();
         return;
     }

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,18 +47,21 @@ public:
     [[nodiscard]] Charset charset() const { return charset_; }
     [[nodiscard]] bool vanished() const { return device_->vanished(); }
     [[nodiscard]] const TerminalDevice& device() const { return *device_; }
+    // False when the terminal's mode is not to be had: nothing was drawn, and no keys will come.
+    [[nodiscard]] bool isTaken() const { return taken_; }
     // Looks whether the terminal has another size; true when it does.
     bool followSize();
+    // Keys count when the arming time has passed since the first screen was there, whole; those
+    // that began before do not, and whoever goes on typing has it pass again.
     void paint(const Screen& screen);
-    // Keys count when the arming time has passed since this, and those that began before do not.
-    void arm();
     void bell() { device_->write("\a"); }
 
 private:
     void readable();
     void takeKeys(std::vector<TerminalKey> keys);
     void waitForRest();
-    void writeRest(Clock::Duration pause);
+    void repaint(Clock::Duration pause);
+    [[nodiscard]] bool isArmed() const;
 
     const Services services_;
     const std::shared_ptr<TerminalDevice> device_;
@@ -65,13 +69,15 @@ private:
     const Charset charset_;
     const Handlers handlers_;
     const bool over_; // a program that draws the whole screen stands behind the prompt
+    const bool taken_;
     ScreenPainter painter_;
     TerminalSize size_;
     std::shared_ptr<void> watch_;
     KeyParser parser_;
     Timers::Timer escapeTimer_ = 0;
     Timers::Timer writeTimer_ = 0;
-    Clock::Instant armedAt_{};
+    Screen latest_;
+    std::optional<Clock::Instant> armedAt_; // empty until a screen is there
     bool dropNext_ = false; // a key that began too early has not ended yet
 };
 

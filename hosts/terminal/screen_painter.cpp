@@ -42,7 +42,6 @@ void ScreenPainter::begin()
 
 void ScreenPainter::end()
 {
-    device_.drain();
     switch (place_) {
     case Place::OwnScreen:
         device_.write(terminal_.plain + std::string(TerminalCapabilities::unmarkPastes)
@@ -61,23 +60,24 @@ void ScreenPainter::end()
 
 void ScreenPainter::resized()
 {
-    if (place_ == Place::Bottom)
-        device_.write(leaveBottom());
-    else
-        device_.write(terminal_.plain + terminal_.clearScreen);
     size_ = device_.size();
     shown_.clear();
-}
-
-// A terminal that is held up is drawn on again when it goes on.
-void ScreenPainter::paint(const Screen& screen)
-{
-    if (!device_.write({}))
-        return;
-    if (place_ == Place::Bottom) {
-        paintBottom(screen);
+    if (place_ != Place::Bottom) {
+        device_.write(terminal_.plain + terminal_.clearScreen);
         return;
     }
+    // Nobody knows where the rows have gone: whatever stands there now may be others' and is left.
+    bottomRows_ = 0;
+    device_.write(
+        terminal_.saveCursor + terminal_.scrollOnly(0, size_.rows - 1) + terminal_.restoreCursor);
+}
+
+bool ScreenPainter::paint(const Screen& screen)
+{
+    if (!device_.write({}))
+        return false;
+    if (place_ == Place::Bottom)
+        return device_.write(paintBottom(screen));
     left_ = (size_.columns - area().columns) / 2;
     const int top = std::max(0, (size_.rows - static_cast<int>(screen.rows.size())) / 2);
     std::string bytes;
@@ -93,12 +93,12 @@ void ScreenPainter::paint(const Screen& screen)
                 + terminal_.showCursor
             : terminal_.hideCursor;
     cursor_ = screen.cursor;
-    device_.write(bytes);
+    return device_.write(bytes);
 }
 
 // The cursor stays with the program that writes above, so all of it is one writing, into which no
 // other falls.
-void ScreenPainter::paintBottom(const Screen& screen)
+std::string ScreenPainter::paintBottom(const Screen& screen)
 {
     left_ = 0;
     std::string bytes;
@@ -111,7 +111,7 @@ void ScreenPainter::paintBottom(const Screen& screen)
     const std::string changed = changes(screen);
     if (!changed.empty())
         bytes += terminal_.saveCursor + terminal_.plain + changed + terminal_.restoreCursor;
-    device_.write(bytes);
+    return bytes;
 }
 
 // Moves up what stands there, as far as needed, and has it scroll by itself from now on.
@@ -122,8 +122,10 @@ std::string ScreenPainter::takeBottom(int rows)
     std::string bytes;
     for (int row = 0; row < rows; ++row)
         bytes += TerminalCapabilities::index;
-    return bytes + terminal_.moveUp(rows) + terminal_.saveCursor + terminal_.scrollOnly(0, top_ - 1)
-        + terminal_.restoreCursor;
+    bytes += terminal_.moveUp(rows) + terminal_.saveCursor + terminal_.plain;
+    for (int row = top_; row < size_.rows; ++row)
+        bytes += terminal_.moveTo(row, 0) + terminal_.clearToEndOfLine;
+    return bytes + terminal_.scrollOnly(0, top_ - 1) + terminal_.restoreCursor;
 }
 
 std::string ScreenPainter::leaveBottom()

@@ -26,7 +26,8 @@ public:
     [[nodiscard]] TerminalSize area() const;
     // Between begin() and end(). `screen` has been laid out for area().
     void begin();
-    void paint(const Screen& screen);
+    // False when the terminal takes nothing now: paint again when it does.
+    bool paint(const Screen& screen);
     void end();
     // The terminal has another size: everything is painted anew.
     void resized();
@@ -36,7 +37,7 @@ private:
     [[nodiscard]] std::string changes(const Screen& screen);
     [[nodiscard]] std::string takeBottom(int rows);
     [[nodiscard]] std::string leaveBottom();
-    void paintBottom(const Screen& screen);
+    [[nodiscard]] std::string paintBottom(const Screen& screen);
 
     TerminalDevice& device_;
     const TerminalCapabilities& terminal_;

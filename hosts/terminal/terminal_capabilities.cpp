@@ -54,7 +54,11 @@ std::string capability(const char* name)
 
 std::string expand(const std::string& capability, int first, int second = 0)
 {
-    const char* text = capability.empty() ? nullptr : ::tiparm(capability.c_str(), first, second);
+    // The database may be the user's own: only numbers are there to be taken for.
+    const bool takesText
+        = capability.find("%s") != std::string::npos || capability.find("%l") != std::string::npos;
+    const char* text
+        = capability.empty() || takesText ? nullptr : ::tiparm(capability.c_str(), first, second);
     return text ? std::string(text) : std::string();
 }
 

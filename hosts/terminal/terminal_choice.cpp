@@ -114,6 +114,8 @@ std::optional<TerminalChoice::Place> TerminalChoice::programsTerminal(
 {
     if (own_ && terminal.device == own_->device->number())
         return own_;
+    if (ownOnly_)
+        return std::nullopt;
     auto device = TerminalDevice::open(terminal.path);
     // By its number, for the name could be another's by now; by its owner, for whoever sits at
     // somebody else's terminal must not answer for this user.

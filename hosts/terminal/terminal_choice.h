@@ -34,10 +34,13 @@ public:
     // there is none or it cannot show a prompt.
     static Result<TerminalChoice> open(const std::string& path = "/dev/tty");
 
+    // From now on no program's terminal is used but the agent's own: a program that makes a
+    // terminal for itself presses the keys there.
+    void useOwnOnly() { ownOnly_ = true; }
     // Where the user can be asked now about this process; empty when nowhere.
     [[nodiscard]] std::optional<Place> placeFor(std::int32_t pid);
-    // Whether that place can still be had: the program may have been killed, and its shell reads the
-    // keys again.
+    // Whether that place can still be had: the program may have been killed, and its shell reads
+    // the keys again.
     [[nodiscard]] bool isStillFree(const Place& place, std::int32_t pid) const;
     // The agent's own terminal while it is there.
     [[nodiscard]] const std::optional<Place>& own() const { return own_; }
@@ -59,6 +62,7 @@ private:
 
     LinuxTerminals terminals_;
     std::optional<Place> own_;
+    bool ownOnly_ = false;
     std::map<std::string, std::shared_ptr<const TerminalCapabilities>> known_; // by kind
 };
 

@@ -11,6 +11,7 @@
 #include <array>
 #include <chrono>
 #include <cstring>
+#include <string.h>
 #include <thread>
 #include <utility>
 
@@ -20,7 +21,7 @@ namespace {
 
 constexpr std::chrono::milliseconds longestDrain{500};
 // A terminal that is held up (with Control-S, say) is not written to for ever.
-constexpr std::size_t mostKept = 256 * 1024;
+constexpr std::size_t mostKept = std::size_t{256} * 1024;
 
 bool sameMode(const termios& one, const termios& other)
 {
@@ -101,6 +102,7 @@ bool TerminalDevice::read(std::string& bytes)
         const ssize_t count = ::read(fd_.get(), buffer.data(), buffer.size());
         if (count > 0) {
             bytes.append(buffer.data(), static_cast<std::size_t>(count));
+            ::explicit_bzero(buffer.data(), static_cast<std::size_t>(count)); // maybe a password
             if (static_cast<std::size_t>(count) < buffer.size())
                 return true;
         } else if (count == 0) {

@@ -11,7 +11,11 @@
 #include "ui/prompt/qm_permissions_window.h"
 #include "ui/prompt/qm_simple_permissions_window.h"
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <string.h>
 #include <type_traits>
 #include <utility>
 
@@ -22,6 +26,8 @@ namespace {
 // The terminal is given back this much before the query is answered in the user's place: what the
 // program then writes must not go to the prompt's screen.
 constexpr Clock::Duration leavesEarly = std::chrono::milliseconds(100);
+// An answer is one key, not the next one of what is typed for something else.
+constexpr Clock::Duration afterLetters = std::chrono::milliseconds(500);
 constexpr Clock::Duration second = std::chrono::seconds(1);
 
 // What was decided, in words; empty for what was not shown.
@@ -94,6 +100,7 @@ void TerminalPrompts::promptOpened(QMSimplePermissionsWindow& prompt)
 void TerminalPrompts::opened(Prompt prompt, std::int64_t recommendedProcess)
 {
     wait_ = manager_->shownWait();
+    subject_.clear();
     if (!wait_ || wait_->isOver())
         return;
     ++opening_;
@@ -101,6 +108,7 @@ void TerminalPrompts::opened(Prompt prompt, std::int64_t recommendedProcess)
     recommendedProcess_ = recommendedProcess;
     rung_ = false;
     help_ = false;
+    lastLetter_.reset();
     message_.clear();
     subject_ = std::visit(
         [this](auto shown) -> std::string {
@@ -144,15 +152,35 @@ void TerminalPrompts::appear()
         PromptTerminal::Services{services_.clock, services_.timers, services_.watch}, *place_,
         PromptTerminal::Handlers{[this](const std::vector<TerminalKey>& keys) { takeKeys(keys); },
             [this] { moveAway(); }});
+    if (!screen_->isTaken()) {
+        disappear();
+        return;
+    }
     paint();
-    screen_->arm();
     screen_->bell();
+    watchProgram();
+}
+
+// When the program ends its shell reads the keys again, and takes the terminal's mode as it finds
+// it: it is to be given back at once.
+void TerminalPrompts::watchProgram()
+{
+    program_.reset(static_cast<int>(::syscall(SYS_pidfd_open, pid(), 0)));
+    if (!program_)
+        return;
+    programWatch_ = services_.watch(program_.get(), [this] {
+        programWatch_.reset();
+        if (screen_ && !choice_.isStillFree(*place_, pid()))
+            moveAway();
+    });
 }
 
 void TerminalPrompts::disappear()
 {
     screen_.reset();
     place_.reset();
+    programWatch_.reset();
+    program_.reset();
     messages_.hold(false);
 }
 
@@ -244,6 +272,11 @@ void TerminalPrompts::tick()
 
 void TerminalPrompts::takeKeys(const std::vector<TerminalKey>& keys)
 {
+    // The program may just have been killed: its shell has the keys now.
+    if (!choice_.isStillFree(*place_, pid())) {
+        moveAway();
+        return;
+    }
     const std::uint64_t opening = opening_;
     // A person presses one key at a time; a word is typed for somebody else, or was pasted.
     const bool amongText
@@ -265,8 +298,14 @@ void TerminalPrompts::takeKeys(const std::vector<TerminalKey>& keys)
 void TerminalPrompts::takeKey(const TerminalKey& key, bool amongText)
 {
     const KeyBinding binding = bindingOf(key);
+    const Clock::Instant now = services_.clock.now();
+    const bool typing = amongText || (lastLetter_ && now < *lastLetter_ + afterLetters);
+    // Letters that mean something here are no word.
+    if (key.kind == TerminalKey::Kind::Character && !key.control && !key.alt && !binding.decides
+        && binding.act == KeyBinding::Act::Press)
+        lastLetter_ = now;
     message_.clear();
-    if (binding.decides && amongText) {
+    if (binding.decides && typing) {
         play();
         message_ = "Keys came too fast to be an answer.";
     } else if (binding.act == KeyBinding::Act::Help) {
@@ -375,11 +414,13 @@ void TerminalPrompts::answerQuestion(const TerminalKey& key)
 void TerminalPrompts::endQuestion(std::optional<std::string> answer)
 {
     const auto question = std::exchange(question_, nullptr);
-    if (question && answer)
-        question->answer(std::move(answer));
-    else if (question)
+    if (question && answer) {
+        question->answer(answer);
+        ::explicit_bzero(answer->data(), answer->size());
+    } else if (question) {
         services_.mainThread.perform(
             [reply = std::move(question->answer)] { reply(std::nullopt); });
+    }
 }
 
 // --- afterwards ---------------------------------------------------------------------------------
@@ -388,8 +429,12 @@ void TerminalPrompts::didDeliverResponse(
     const user_prompt_response& response, QueryWait::Outcome outcome)
 {
     const std::string text = outcomeText(response, outcome);
-    if (!text.empty())
-        services_.mainThread.perform([this, text] { messages_.say(subject_ + ": " + text); });
+    if (text.empty())
+        return;
+    services_.mainThread.perform([this, text] {
+        if (!subject_.empty())
+            messages_.say(subject_ + ": " + text);
+    });
 }
 
 }

@@ -82,6 +82,7 @@ private:
     void appear();
     void disappear();
     void moveAway();
+    void watchProgram();
     void paint();
     [[nodiscard]] PromptView view() const;
     [[nodiscard]] std::int32_t pid() const;
@@ -108,9 +109,12 @@ private:
     std::string subject_; // of the latest prompt: who wanted what
     std::optional<TerminalChoice::Place> place_; // where the prompt stands, if anywhere
     std::unique_ptr<PromptTerminal> screen_; // there
+    UniqueFd program_; // readable when the program has ended
+    std::shared_ptr<void> programWatch_; // goes before its descriptor
     Timers::Timer tick_ = 0;
     bool rung_ = false; // for this prompt, which stands nowhere yet
     bool sounded_ = false; // since the last key
+    std::optional<Clock::Instant> lastLetter_; // when one was typed on this prompt
     std::string message_;
     bool help_ = false;
     std::unique_ptr<Question> question_;

@@ -55,8 +55,7 @@ struct Link : ::testing::Test, AgentFixture, AutodetectRoute, ResponseListener {
     // Until the agent has answered so often; the last response.
     user_prompt_response answered(std::size_t responses)
     {
-        const auto done = [&] { return outcomes.get().size() >= responses; };
-        EXPECT_TRUE(host.mainThread.runUntil(done));
+        EXPECT_TRUE(host.mainThread.runUntil([&] { return outcomes.get().size() >= responses; }));
         host.mainThread.runPending();
         const auto all = host.driver.responses();
         EXPECT_EQ(all.size(), responses);
@@ -78,62 +77,37 @@ TEST_F(Link, AnswersTheDriverOneQueryAfterAnother)
 {
     startRegistered();
     EXPECT_TRUE(host.processControl.debuggersDenied.get());
-    EXPECT_EQ(status.statusBarStatus(), FILTER_ENABLED);
-    prompt(makeQuery("/1", OPERATION_READ, 4711));
-    EXPECT_EQ(textOf(prompts.advanced[0]->query.path), "/1");
-    host.driver.sendQuery(makeQuery("/2", OPERATION_READ, 2));
+    prompt(makeQuery("/1"));
+    host.driver.sendQuery(makeQuery("/2"));
     ASSERT_TRUE(host.mainThread.runUntil([&] { return host.threads.launched() == 4; }));
     host.mainThread.runPending();
     EXPECT_EQ(prompts.advanced.size(), 1U) << "the second prompt comes after the first answer";
     broker.clickAllow();
-    const user_prompt_response response = answered(1);
-    EXPECT_EQ(response.decision, DECISION_ALLOW);
-    EXPECT_EQ(response.security_token, 4711U);
-    EXPECT_EQ(std::count(std::begin(response.skey), std::end(response.skey), 1), 64);
+    EXPECT_EQ(answered(1).decision, DECISION_ALLOW);
     ASSERT_TRUE(host.mainThread.runUntil([&] { return prompts.advanced.size() == 2; }));
 }
 
 TEST_F(Link, DeniesWhenTheMinuteIsOver)
 {
-    const struct {
-        std::int32_t operation, operations;
-        bool failsafe;
-        std::size_t notifications;
-    } rows[] = {{OPERATION_MOUNT, 8, true, 0}, {OPERATION_READ, 23, false, 1},
-        {std::numeric_limits<std::int32_t>::min(), 23, true, 1}};
     startRegistered();
     std::size_t count = 0;
-    for (const auto& row : rows) {
-        std::filesystem::remove(directories.failsafeRules());
-        if (row.failsafe)
-            (void)writeFile(directories.failsafeRules(), "");
-        prompt(makeQuery("/late", row.operation));
+    for (const auto& [operation, operations] :
+        {std::pair<std::int32_t, std::int32_t>{OPERATION_MOUNT, 8},
+            {std::numeric_limits<std::int32_t>::min(), 23}}) {
+        prompt(makeQuery("/late", operation));
         ASSERT_TRUE(host.clock.waitForWaiters(2)); // the query and the poller
         host.advance(59'999ms);
         EXPECT_EQ(host.driver.responses().size(), count);
         host.advance(1ms);
         const user_prompt_response response = answered(++count);
-        EXPECT_EQ(
-            std::tuple(response.decision, response.duration, response.code, response.process,
-                response.operations, response.pid, response.constraint_type, textOf(response.path)),
-            std::tuple(DECISION_DENY, 0, RESPONSE_NOT_ANSWERED, 0, row.operations, 0U, 5,
-                std::string_view("/recommended/")));
+        EXPECT_EQ(std::tuple(response.decision, response.duration, response.code, response.process,
+                      response.operations, textOf(response.path)),
+            std::tuple(DECISION_DENY, 0, RESPONSE_NOT_ANSWERED, 0, operations, "/recommended/"));
         EXPECT_EQ(outcomes.get().back(), Outcome::TimedOut);
         EXPECT_FALSE(broker.isPresenting());
-        EXPECT_EQ(host.notifications.delivered.get().size(), row.notifications);
+        EXPECT_EQ(host.notifications.delivered.get().size(), 1U); // none with the failsafe rules
+        (void)writeFile(directories.failsafeRules(), "");
     }
-}
-
-// The dialog blocks the main thread, and the answer must not wait for it.
-TEST_F(Link, DeniesInTimeWhileTheMainThreadStandsInADialog)
-{
-    startRegistered();
-    prompt(makeQuery("/late"));
-    ASSERT_TRUE(host.clock.waitForWaiters(2));
-    host.clock.advance(60s); // and the main thread runs nothing
-    ASSERT_TRUE(host.driver.waitUntil([&] { return host.driver.responses().size() == 1; }));
-    prompts.advanced[0]->performClickAllow();
-    EXPECT_EQ(answered(1).code, RESPONSE_NOT_ANSWERED);
 }
 
 TEST_F(Link, WithdrawsThePromptWhenTheDriverStopsTheFilter)
@@ -150,47 +124,34 @@ TEST_F(Link, WithdrawsThePromptWhenTheDriverStopsTheFilter)
 
 TEST_F(Link, AnswersWithoutAWindowWhenNobodyIsThereToBeAsked)
 {
-    const struct {
-        std::int64_t preference;
-        std::optional<SessionState> session;
-        bool shown;
-    } rows[] = {{2, SessionState{true, true}, false}, {2, SessionState{false, false}, false},
-        {2, SessionState{false, true}, true}, {2, std::nullopt, true},
-        {1, SessionState{true, false}, true}, {0, SessionState{true, true}, true}};
+    const std::tuple<std::int64_t, std::optional<SessionState>, bool> rows[]
+        = {{2, {{true, true}}, false}, {2, {{false, false}}, false}, {2, {{false, true}}, true},
+            {2, {}, true}, {1, {{true, false}}, true}};
     startRegistered();
-    std::size_t count = 0;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(count);
-        writePreferences({{"ui.prompts.while_locked", row.preference}, {"access.user.detail", 2}});
-        host.session.state.set(row.session);
-        row.shown ? prompt(makeQuery("/locked")) : host.driver.sendQuery(makeQuery("/locked"));
-        if (row.shown)
-            broker.clickAllow();
-        EXPECT_EQ(answered(++count).code, row.shown ? RESPONSE_DECIDED : RESPONSE_NOT_SHOWN);
+    for (std::size_t count = 0; const auto& [preference, session, shown] : rows) {
+        writePreferences({{"ui.prompts.while_locked", preference}, {"access.user.detail", 2}});
+        host.session.state.set(session);
+        shown ? prompt(makeQuery("/locked")) : host.driver.sendQuery(makeQuery("/locked"));
+        broker.clickAllow();
+        answered(++count);
     }
-    EXPECT_EQ(prompts.advanced.size(), 4U);
-}
-
-TEST_F(Link, AnswersWithZeroesWhileTheFilterIsNotActive)
-{
     host.driver.failMethod(METHOD_FILTER_STATUS, 1);
-    startRegistered();
-    host.driver.sendQuery(makeQuery("/any", OPERATION_READ, 9));
-    user_prompt_response expected{};
-    expected.code = RESPONSE_NOT_SHOWN;
-    expected.security_token = 9;
-    std::memset(expected.skey, 1, sizeof expected.skey);
-    const user_prompt_response response = answered(1);
-    EXPECT_EQ(std::memcmp(&response, &expected, sizeof response), 0);
-}
-
-TEST_F(Link, AnswersAtOnceWhenNoThreadIsLeft)
-{
-    startRegistered();
+    EXPECT_EQ(link.updateFilterStatus(), 1U);
+    host.driver.sendQuery(makeQuery("/off"));
+    answered(6);
     host.threads.refuse(true);
-    host.driver.sendQuery(makeQuery("/any"));
-    ASSERT_TRUE(host.driver.waitUntil([&] { return host.driver.responses().size() == 1; }));
-    EXPECT_EQ(host.driver.responses()[0].code, RESPONSE_NOT_SHOWN);
+    host.driver.sendQuery(makeQuery("/no thread"));
+    ASSERT_TRUE(host.driver.waitUntil([&] { return host.driver.responses().size() == 7; }));
+    user_prompt_response notShown{};
+    notShown.code = RESPONSE_NOT_SHOWN;
+    notShown.security_token = 7;
+    std::memset(notShown.skey, 1, sizeof notShown.skey);
+    std::vector<bool> decided;
+    for (const user_prompt_response& response : host.driver.responses()) {
+        decided.push_back(response.code == RESPONSE_DECIDED);
+        EXPECT_TRUE(decided.back() || std::memcmp(&response, &notShown, sizeof response) == 0);
+    }
+    EXPECT_EQ(decided, (std::vector<bool>{false, false, true, true, true, false, false}));
 }
 
 TEST_F(Link, SurvivesMessagesOfAnySizeAndType)
@@ -226,13 +187,6 @@ TEST_F(Link, ReconnectsForeverAndWarnsOnce)
     EXPECT_EQ(host.notices.displayedAndDismissed.get().size(), 1U);
 }
 
-TEST_F(Link, IsNotConnectedWithoutAPort)
-{
-    host.driver.refuseRegistration(3);
-    EXPECT_EQ(link.startDriverComms(), driverUnreachable);
-    EXPECT_FALSE(link.isConnected());
-}
-
 TEST_F(Link, FollowsTheFilterAndForgetsALostConnection)
 {
     startRegistered();
@@ -260,15 +214,17 @@ TEST_F(Link, FollowsTheFilterAndForgetsALostConnection)
 
 TEST_F(Link, GivesThePortUpAndTakesItBackWithANewKey)
 {
+    host.driver.refuseRegistration(3);
+    EXPECT_EQ(link.startDriverComms(), driverUnreachable);
+    EXPECT_FALSE(link.isConnected());
+    host.driver.refuseRegistration(0);
     startRegistered();
-    EXPECT_EQ(link.claim_notification_port(), driverSuccess);
-    EXPECT_EQ(host.driver.registrations(), 1U) << "it is claimed already";
+    EXPECT_EQ(link.claim_notification_port(), driverSuccess); // without a new session
     host.driver.failMethod(METHOD_RELEASE_PORT, 9);
     EXPECT_EQ(link.release_notification_port(), 9U);
     EXPECT_TRUE(link.isConnected());
     host.driver.setMethod(METHOD_RELEASE_PORT, {});
     EXPECT_EQ(link.release_notification_port(), driverSuccess);
-    EXPECT_FALSE(link.isConnected());
     host.driver.refuseRegistration(4);
     EXPECT_EQ(link.claim_notification_port(), 4U);
     EXPECT_FALSE(link.isConnected());
@@ -276,7 +232,7 @@ TEST_F(Link, GivesThePortUpAndTakesItBackWithANewKey)
     EXPECT_EQ(link.claim_notification_port(), driverSuccess);
     EXPECT_TRUE(link.isConnected());
     EXPECT_EQ(link.stopFilter(), driverSuccess);
-    EXPECT_EQ(host.driver.calls().back().input, std::vector<std::byte>(64, std::byte{3}));
+    EXPECT_EQ(host.driver.calls().back().input, std::vector<std::byte>(64, std::byte{4}));
     EXPECT_EQ(status.statusBarStatus(), FILTER_DISABLED);
 }
 

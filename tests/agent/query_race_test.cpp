@@ -64,13 +64,12 @@ TEST(QueryRace, HasOneWinnerAndOneResponseForEachQuery)
 
     std::array<std::atomic<std::uint32_t>, 4> codes{};
     std::atomic<std::uint32_t> delivered = 0;
-    std::atomic<std::uint32_t> lastToken = 0;
     std::atomic<bool> wrong = false;
     machine.driver.setMethod(METHOD_DELIVER_RESPONSE, [&](const SimulatedDriver::Call& call) {
         user_prompt_response response;
         std::memcpy(&response, call.input.data(), sizeof response);
         const bool users = textOf(response.path) == "/chosen";
-        wrong = wrong || response.security_token != ++lastToken
+        wrong = wrong || response.security_token != delivered + 1
             || users != (response.code == RESPONSE_DECIDED);
         ++codes[static_cast<std::size_t>(response.code) % codes.size()];
         ++delivered;

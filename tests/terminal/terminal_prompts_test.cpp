@@ -57,16 +57,24 @@ public:
             static_cast<unsigned short>(rows), static_cast<unsigned short>(columns), 0, 0};
         ::ioctl(person_.get(), TIOCSWINSZ, &size);
     }
+    // All that was written to the device before this: a mark is sent after it and waited for.
     std::string read()
     {
+        static constexpr char mark = '\005';
         std::string bytes;
+        bool marked = false;
         std::array<char, 4096> buffer;
-        for (pollfd wait{person_.get(), POLLIN, 0}; ::poll(&wait, 1, 0) > 0;) {
-            const ssize_t count = ::read(person_.get(), buffer.data(), buffer.size());
+        while (person_ && bytes.find(mark) == std::string::npos) {
+            marked = marked || ::write(device_.get(), &mark, 1) == 1;
+            pollfd wait{person_.get(), POLLIN, 0};
+            const ssize_t count = ::poll(&wait, 1, 5000) > 0
+                ? ::read(person_.get(), buffer.data(), buffer.size())
+                : 0;
             if (count <= 0)
                 break;
             bytes.append(buffer.data(), static_cast<std::size_t>(count));
         }
+        std::erase(bytes, mark);
         return bytes;
     }
     [[nodiscard]] bool isCooked() const
@@ -125,13 +133,22 @@ struct TerminalPromptsTest : testing::Test, AgentFixture {
     void type(std::string_view keys)
     {
         pty.type(keys);
-        for (const auto& [fd, readable] : std::map(watched)) {
-            pollfd terminal{fd, POLLIN, 0};
-            if (::poll(&terminal, 1, 0) > 0)
-                readable();
-        }
+        deliver();
         host.mainThread.runPending();
         look();
+    }
+    // What waits to be read goes to whoever watches for it.
+    void deliver()
+    {
+        std::vector<pollfd> ready;
+        for (const auto& [fd, readable] : watched)
+            ready.push_back({fd, POLLIN, 0});
+        ::poll(ready.data(), ready.size(), ready.empty() ? 0 : 5000);
+        for (const pollfd& one : ready) {
+            const auto readable = watched.find(one.fd);
+            if (one.revents != 0 && readable != watched.end())
+                std::function<void()>(readable->second)();
+        }
     }
     std::string outcome() const
     {
@@ -261,9 +278,11 @@ TEST_F(TerminalPromptsTest, EachKeyDoesWhatItIsShownFor)
 TEST_F(TerminalPromptsTest, WhatIsTypedTooEarlyAnswersNothing)
 {
     pty.type("A\n");
+    pollfd typed{pty.device(), POLLIN, 0};
+    ASSERT_EQ(::poll(&typed, 1, 5000), 1);
     present(makeQuery("/srv/x"));
     screen.bells = 0;
-    type(allowKey);
+    type("");
     EXPECT_EQ(screen.bells, 1);
     pass(PromptTerminal::armingTime - 1ms);
     type("\033"); // its rest is late, and would deny
@@ -274,6 +293,48 @@ TEST_F(TerminalPromptsTest, WhatIsTypedTooEarlyAnswersNothing)
     EXPECT_EQ(outcome(), "none");
     pass(KeyParser::escapePause);
     EXPECT_EQ(outcome(), "deny 1 /srv/x");
+}
+
+TEST_F(TerminalPromptsTest, WhoGoesOnTypingAnswersNothing)
+{
+    present(makeQuery("/srv/x"));
+    pass(PromptTerminal::armingTime - 1ms);
+    type("d"); // too early, so the rest is too
+    for (const char* key : {"e", "a", "r", " ", "A", "n", "n", ","}) {
+        pass(120ms);
+        type(key);
+    }
+    EXPECT_EQ(outcome(), "none");
+    pass(2 * PromptTerminal::armingTime);
+    for (const char* key : {"s", "o", "D", "A", allowKey}) {
+        type(key);
+        pass(120ms);
+    }
+    EXPECT_EQ(outcome(), "none");
+    pass(500ms);
+    type("A");
+    EXPECT_EQ(outcome(), "allow 1 /srv/x");
+}
+
+// Nobody has read a prompt that the terminal did not take.
+TEST_F(TerminalPromptsTest, KeysCountOnceThePromptIsThere)
+{
+    ::tcflow(pty.device(), TCOOFF);
+    policy_query query = makeQuery("/srv/x");
+    query.pid = 1;
+    wait = std::make_shared<QueryWait>(host.clock.now() + 60s);
+    broker.presentQueryToUser(query, wait);
+    host.mainThread.runPending();
+    host.advance(5s);
+    pty.type("A");
+    deliver();
+    EXPECT_EQ(outcome(), "none");
+    ::tcflow(pty.device(), TCOON);
+    pass(1s); // it is tried again at least once a second
+    EXPECT_THAT(screen.text(), HasSubstr("Allow"));
+    pass(PromptTerminal::armingTime);
+    type("A");
+    EXPECT_EQ(outcome(), "allow 1 /srv/x");
 }
 
 TEST_F(TerminalPromptsTest, HostileTextsDoNothingToTheTerminal)

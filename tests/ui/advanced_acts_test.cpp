@@ -14,199 +14,169 @@ policy_query family()
     return query;
 }
 
-TEST(AdvancedActs, HandsOverWhatTheControlsSay)
+TEST(AdvancedActs, DecideWhatTheControlsSay)
 {
     using Prompt = QMPermissionsWindow;
     const policy_query script = queryFor("/System/Library/Components/AppleScript.component/x.scpt");
-    const struct {
-        policy_query query;
-        void (*act)(Prompt&);
-        std::string handedOver;
-    } rows[] = {
-        {family(), [](Prompt&) {},
-            "/srv/data/a.txt constraint 2 for 1 by [In /srv/data/] 3 7 0/opt/Launcher"},
-        {family(), [](Prompt& p) { EXPECT_TRUE(p.selectPath(0)); },
-            "/srv/data/a.txt constraint 2 for 1 by [File Extension .txt] 3 7 0/opt/Launcher"},
-        {family(), [](Prompt& p) { EXPECT_TRUE(p.selectedProcessItem(6)); }, // an ancestor
-            "/srv/data/a.txt constraint 2 for 1 by [In /srv/data/] 6 7 0/sbin/second"},
-        {family(), [](Prompt& p) { EXPECT_TRUE(p.setAllowUpdates(false)); },
-            "/srv/data/a.txt constraint 1 for 1 by [In /srv/data/] 3 7 0/opt/Launcher"},
+    const std::tuple<policy_query, void (*)(Prompt&), std::string> rows[] = {
+        {family(), [](Prompt&) {}, " 1 0 3 7 0 constraint 2 in /srv/data/"},
         {family(),
             [](Prompt& p) {
                 p.clickedOperations();
                 p.clickedOperations();
                 p.selectSegmentWithTag(3);
                 p.selectSegmentWithTag(4); // no such segment
+                for (int times = 0; times < 9; ++times) {
+                    p.incrementProcessSelection(); // an ancestor is the last
+                    p.decrementPathSelection();
+                }
+                EXPECT_TRUE(p.setAllowUpdates(false));
             },
-            "/srv/data/a.txt constraint 2 for 3 by [In /srv/data/] 3 4 0/opt/Launcher"},
-        {script, [](Prompt& p) { EXPECT_FALSE(p.setAllowUpdates(true)); }, // nobody signed it
-            std::string(textOf(script.path)) + " constraint 1 for 1 by [] 2 7 0"},
-        {queryFor("/dev/bpf3"), [](Prompt&) {},
-            "/dev/bpf constraint 1 for 1 by [In /dev/bpf] 2 7 0"},
-        {queryFor(":KMOD/"), [](Prompt&) {}, ":KMOD/ constraint 1 for 1 by [none] 2 7 0"},
+            " 3 0 6 4 0 constraint 1 extension .txt/sbin/second"},
+        {family(),
+            [](Prompt& p) {
+                for (int times = 0; times < 9; ++times) {
+                    p.decrementProcessSelection();
+                    p.incrementPathSelection();
+                }
+                EXPECT_FALSE(p.selectPath(6) || p.selectPath(-1));
+                EXPECT_FALSE(p.selectedProcessItem(0) || p.selectedProcessItem(7));
+            },
+            " 1 0 1 7 0 constraint 2 only "},
+        {script, // signed by nobody, and the path is fixed
+            [](Prompt& p) { EXPECT_FALSE(p.setAllowUpdates(true) || p.selectPath(0)); },
+            " 1 0 2 7 0 constraint 1 only "},
+        {queryFor(":KMOD/"), [](Prompt&) {}, " 1 0 2 7 0 constraint 1 in :KMOD/"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [query, act, decided] : rows) {
         PromptFixture fixture;
         fixture.host.processes.add(60, 61, "/usr/bin/first");
         fixture.host.processes.add(61, 1, "/sbin/second");
-        const auto prompt = fixture.open(row.query);
-        row.act(*prompt);
-        prompt->performClickAllow();
-        prompt->performClickDeny();
-        EXPECT_EQ(fixture.delegate.handedOver,
-            (Lines{"allow " + row.handedOver, "deny " + row.handedOver}));
+        act(fixture.open(query));
+        EXPECT_EQ(fixture.wait->recommendedPath().has_value(), textOf(query.path) != ":KMOD/");
+        fixture.broker.clickAllow();
+        EXPECT_EQ(describe(fixture.wait->response()), "allow" + decided);
+        act(fixture.open(query));
+        fixture.broker.clickDeny();
+        EXPECT_EQ(describe(fixture.wait->response()), "deny" + decided);
     }
-}
-
-TEST(AdvancedActs, SelectionStepsStopAtTheEnds)
-{
-    PromptFixture fixture;
-    const auto prompt = fixture.open(family());
-    const PopUpButton& path = prompt->controls().pathPopUpControl;
-    const PopUpButton& process = prompt->controls().applicationNamePopUp;
-    const auto nineTimes = [&](QMPermissionsWindow& p, void (AdvancedPrompt::*step)()) {
-        for (int time = 0; time < 9; ++time)
-            (p.*step)();
-    };
-    nineTimes(*prompt, &AdvancedPrompt::incrementPathSelection);
-    EXPECT_EQ(path.selectedIndex(), 5);
-    nineTimes(*prompt, &AdvancedPrompt::decrementPathSelection);
-    EXPECT_EQ(path.selectedIndex(), 0);
-    nineTimes(*prompt, &AdvancedPrompt::decrementProcessSelection);
-    EXPECT_EQ(process.title(), "any process");
-    nineTimes(*prompt, &AdvancedPrompt::incrementProcessSelection);
-    EXPECT_EQ(process.title(), "any process via Launcher");
-    EXPECT_FALSE(prompt->selectPath(6) || prompt->selectPath(-1));
-    EXPECT_FALSE(prompt->selectedProcessItem(0) || prompt->selectedProcessItem(5));
-
-    const auto disabled = fixture.open(queryFor("/dev/bpf"));
-    nineTimes(*disabled, &AdvancedPrompt::decrementPathSelection);
-    EXPECT_FALSE(disabled->selectPath(0));
-    EXPECT_EQ(disabled->controls().pathPopUpControl.selectedIndex(), 1);
-
-    const auto empty = fixture.open(queryFor(":KMOD/"));
-    nineTimes(*empty, &AdvancedPrompt::incrementPathSelection);
-    EXPECT_EQ(empty->controls().pathPopUpControl.selectedIndex(), -1);
-    EXPECT_EQ(empty->recommendedPath(), std::nullopt);
 }
 
 TEST(AdvancedActs, EachActIsToldOnceAndWholly)
 {
     PromptFixture fixture;
-    const auto prompt = fixture.open(family());
+    const auto prompt = fixture.open(family()).shared_from_this();
     for (int twice = 0; twice < 2; ++twice)
         prompt->selectedProcessItem(1); // selection and title
     prompt->selectPath(3);
     prompt->close();
     prompt->close();
     prompt->clickedOperations();
-    EXPECT_EQ(fixture.presenter.calls, (Lines{"opened", "changed", "closed"}));
+    EXPECT_EQ(fixture.calls, (Lines{"opened", "changed", "closed"}));
 }
 
-TEST(AdvancedActs, FailedAuthenticationDeniesOnce)
+TEST(PromptAuthentication, DeniesOnceWhereItFails)
 {
-    const struct {
-        int preference; // only one asks
-        bool proved;
-        const char* handedOver;
-        std::size_t dialogs;
-    } rows[] = {{1, true, "allow /x constraint 1 for 2 by [Any Files] 2 7 0", 1},
-        {1, false, "deny /x constraint 1 for 0 by [Any Files] 2 7 0", 1},
-        {2, false, "allow /x constraint 1 for 2 by [Any Files] 2 7 0", 0}};
-    for (const auto& row : rows) {
+    using Row = std::tuple<int, int, bool, std::string, std::size_t>;
+    // Of both prompts; only the preference 1 asks.
+    for (const auto& [detail, preference, proved, decided, dialogs] :
+        {Row{2, 1, true, "allow 2 0 2 7 0 constraint 1 only ", 1},
+            Row{2, 1, false, "deny 0 0 2 7 0 constraint 1 only ", 1},
+            Row{2, 2, false, "allow 2 0 2 7 0 constraint 1 only ", 0},
+            Row{0, 1, true, "allow 2 0 0 7 0 constraint 2 in /x", 1},
+            Row{0, 1, false, "deny 0 0 0 7 0 constraint 2 in /x", 1}}) {
         PromptFixture fixture;
-        fixture.writePreferences({{"ui.prompts.authenticate", row.preference}});
-        fixture.host.authenticator.isAdministrator.set(row.proved);
-        const auto prompt = fixture.open(queryFor("/x"));
-        prompt->selectSegmentWithTag(2);
+        fixture.writePreferences(
+            {{"access.user.detail", detail}, {"ui.prompts.authenticate", preference}});
+        fixture.host.authenticator.isAdministrator.set(proved);
+        fixture.present(queryFor("/x"));
+        fixture.broker.selectSegment(2);
         fixture.host.authenticator.duringDialog.set([&] {
-            EXPECT_EQ(prompt->frame().window.state().level, WindowLevel::Normal);
-            prompt->clickedAllow(); // one dialog at a time
+            EXPECT_EQ(fixture.frame().window.state().level, WindowLevel::Normal);
+            fixture.broker.clickAllow(); // one dialog at a time
         });
-        prompt->clickedAllow();
-        EXPECT_EQ(fixture.host.authenticator.asked.get().size(), row.dialogs);
-        EXPECT_EQ(fixture.delegate.handedOver, Lines{row.handedOver});
+        fixture.broker.clickAllow();
+        EXPECT_EQ(fixture.host.authenticator.asked.get().size(), dialogs);
+        EXPECT_EQ(describe(fixture.wait->response()), decided);
     }
 }
 
-TEST(AdvancedActs, AQueryThatEndsDuringTheDialogIsNotAnsweredAfterIt)
+TEST(PromptAuthentication, AQueryThatEndsDuringTheDialogIsNotAnsweredAfterIt)
 {
-    for (const bool proved : {true, false}) {
+    for (const auto& [detail, another] : {std::pair(2, true), {2, false}, {0, true}, {0, false}}) {
         PromptFixture fixture;
-        fixture.writePreferences({{"access.user.detail", 2}, {"ui.prompts.authenticate", 1}});
-        fixture.host.authenticator.isAdministrator.set(proved);
+        fixture.writePreferences({{"access.user.detail", detail}, {"ui.prompts.authenticate", 1}});
+        fixture.host.authenticator.isAdministrator.set(true);
         fixture.present(queryFor("/x"));
-        ASSERT_TRUE(fixture.presenter.advanced);
-        const auto next = std::make_shared<QueryWait>();
-        fixture.host.authenticator.duringDialog.set([&] {
-            fixture.broker.cancelQuery();
-            fixture.broker.presentQueryToUser(queryFor("/next"), next);
-            fixture.host.mainThread.runPending();
+        const auto first = fixture.wait;
+        fixture.host.authenticator.duringDialog.set([&, another = another] {
+            if (another) {
+                fixture.broker.cancelQuery();
+                fixture.present(queryFor("/next"));
+            } else {
+                fixture.simple ? fixture.simple->close() : fixture.advanced->close();
+            }
         });
-        fixture.presenter.advanced->clickedAllow();
-        EXPECT_EQ(fixture.wait->outcome(), QueryWait::Outcome::Cancelled);
-        EXPECT_EQ(next->outcome(), QueryWait::Outcome::Waiting);
-        ASSERT_TRUE(fixture.presenter.advanced);
-        EXPECT_EQ(fixture.presenter.advanced->controls().filenameTextField.stringValue(), "/next");
+        fixture.broker.clickAllow();
+        EXPECT_NE(first->outcome(), QueryWait::Outcome::Answered);
+        EXPECT_EQ(fixture.wait->outcome(), QueryWait::Outcome::Waiting);
+        EXPECT_EQ(fixture.calls.back(), another ? "opened" : "closed");
     }
 }
 
 TEST(ToolTips, ShowTheFieldUnderARestingMouse)
 {
     PromptFixture fixture;
-    const auto prompt = fixture.open(queryFor("/srv/x"));
-    const auto& tip = prompt->frame().window.state().tip;
-    prompt->moveWindow({1000, 500, 560, 360});
-    const Rect file = prompt->controls().filenameTextField.frame();
-    const Point inFile{file.x, file.y};
+    QMPermissionsWindow& prompt = fixture.open(queryFor("/srv/x\ny"));
+    const auto& tip = prompt.frame().window.state().tip;
+    prompt.moveWindow({1000, 500, 560, 360});
+    const Rect file{20, 30, 40, 17};
+    prompt.moveField(&PermissionsControls::filenameTextField, file);
 
+    prompt.mouseMoved({file.x + file.width, file.y}); // beside the field
+    fixture.host.advance(std::chrono::seconds(2));
+    EXPECT_FALSE(tip);
     for (int twice = 0; twice < 2; ++twice) {
-        prompt->mouseMoved(inFile); // the second begins anew
+        prompt.mouseMoved({file.x, file.y}); // the second begins anew
         fixture.host.advance(std::chrono::milliseconds(999));
         EXPECT_FALSE(tip);
     }
     fixture.host.advance(std::chrono::milliseconds(1));
-    // Six characters of 6.5 points, one line of 17.
-    EXPECT_EQ(tip,
-        (TipWindow{"/srv/x", {file.x + 1010, file.y + 495 - 17, 39, 17}, 0.8, WindowLevel{14}}));
-
-    prompt->mouseMoved({file.x + file.width, file.y});
+    // Six characters of 6.5 points, two lines of 17.
+    EXPECT_EQ(tip, (TipWindow{"/srv/x\ny", {1030, 525 - 34, 39, 34}, 0.8, WindowLevel{14}}));
+    prompt.mouseMoved({file.x, file.y});
     EXPECT_FALSE(tip);
-    fixture.host.advance(std::chrono::seconds(2));
-    EXPECT_FALSE(tip) << "beside the field";
-
-    prompt->moveField(&PermissionsControls::codeSignTextField, file); // under the file's
-    prompt->mouseMoved(inFile);
-    fixture.host.advance(std::chrono::seconds(1));
-    EXPECT_EQ(tip->text, "/srv/x");
-
-    prompt->mouseMoved(inFile);
-    prompt->close();
+    fixture.broker.cancelQuery();
     EXPECT_EQ(fixture.host.timers.pending(), 0U);
 }
 
-TEST(AdvancedTouchBar, OffersWhatThePromptOffers)
+TEST(PromptTouchBar, OffersWhatThePromptOffers)
 {
     PromptFixture fixture;
-    fixture.chooseAdvancedPrompts();
-    fixture.present(queryFor("/x"));
-    const auto prompt = fixture.presenter.advanced->shared_from_this();
-    EXPECT_FALSE(prompt->makeItemForIdentifier(".allow").view);
+    const auto prompt = fixture.open(queryFor("/x")).shared_from_this();
     const Lines all{".o", ".q", ".r", ".f", ".deny", ".allow"};
     EXPECT_EQ(prompt->touchBar(), (TouchBar{".touchBar", all, all, ".allow"}));
-    EXPECT_FALSE(prompt->makeItemForIdentifier(".other").view);
     for (const int duration : {0, 1, 2, 3}) {
         prompt->makeItemForIdentifier(all[static_cast<std::size_t>(duration)]).view->action();
         EXPECT_EQ(prompt->controls().durationSegmentedControl.selectedSegment(), duration);
     }
-    const auto deny = prompt->makeItemForIdentifier(".deny").view->action;
     prompt->makeItemForIdentifier(".allow").view->action();
-    deny(); // too late
-    EXPECT_EQ(fixture.wait->response().decision, DECISION_ALLOW);
-    EXPECT_EQ(fixture.wait->response().duration, DURATION_FOREVER);
+    EXPECT_EQ(describe(fixture.wait->response()), "allow 3 0 2 7 0 constraint 1 only ");
 
-    const auto own = fixture.open(queryFor(fixture.directory / "Users/Shared/Vossel/x"));
-    EXPECT_EQ(own->touchBar().defaultItemIdentifiers, (Lines{".o", ".q", ".r", ".deny", ".allow"}));
+    QMPermissionsWindow& ofRules = fixture.open(queryFor(fixture.pathOfRules()));
+    EXPECT_EQ(
+        ofRules.touchBar().defaultItemIdentifiers, (Lines{".o", ".q", ".r", ".deny", ".allow"}));
+    EXPECT_FALSE(ofRules.selectPath(0));
+    for (const char* late : {".r", ".deny"})
+        prompt->makeItemForIdentifier(late).view->action();
+    EXPECT_EQ(ofRules.controls().durationSegmentedControl.selectedSegment(), 1);
+
+    fixture.writePreferences({}); // simple prompts
+    fixture.present(queryFor("/x"));
+    const Lines both{".deny", ".allow"};
+    EXPECT_EQ(fixture.simple->touchBar(), (TouchBar{".touchBar", both, both, ".allow"}));
+    fixture.simple->makeItemForIdentifier(".deny").view->action();
+    EXPECT_EQ(fixture.wait->response().decision, DECISION_DENY);
 }
 
 }

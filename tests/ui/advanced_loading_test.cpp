@@ -5,170 +5,118 @@
 namespace vossel::test {
 namespace {
 
-constexpr std::string_view daemon = "/System/Library/PrivateFrameworks/PackageKit.framework"
-                                    "/Versions/A/Resources/installd";
-constexpr std::string_view volume = "/Volumes/No #1 & b";
-
-std::string screenOf(const QMPermissionsWindow& prompt)
+std::string textsOf(const PromptFixture& fixture)
 {
-    const PermissionsControls& controls = prompt.controls();
-    const CheckBox& updates = controls.allowUpdatesCheckBox;
-    const PopUpButton& path = controls.pathPopUpControl;
-    std::string text = controls.activityDescriptionTextField.stringValue() + "\n"
+    const PermissionsControls& controls = fixture.advanced->controls();
+    return controls.activityDescriptionTextField.stringValue() + "\n"
         + controls.applicationPathTextField.stringValue() + " < "
         + controls.applicationParentPathTextField.stringValue() + "\n"
         + controls.filenameTextField.stringValue() + " | "
-        + controls.codeSignTextField.stringValue() + " | "
-        + describe(prompt.frame().applicationIconImageView.image())
-        + (path.enabled() ? "\npath" : "\npath off");
-    for (std::size_t item = 0; item < path.items().size(); ++item)
-        text += (static_cast<int>(item) == path.selectedIndex() ? " >" : " ")
-            + path.items()[item].title + ";";
-    return text + "\nprocess " + std::to_string(controls.applicationNamePopUp.selectedIndex())
-        + " [" + controls.applicationNamePopUp.title() + "] " + controls.operationsButton.title()
-        + ", duration " + std::to_string(controls.durationSegmentedControl.selectedSegment())
-        + " of " + std::to_string(controls.durationSegmentedControl.segmentCount()) + ", updates "
-        + (updates.checked() ? "on" : "off") + (updates.enabled() ? "" : " disabled") + ", pid "
-        + std::to_string(prompt.installerPID());
+        + controls.codeSignTextField.stringValue() + " | " + fixture.icon();
 }
 
-policy_query signedQuery(std::string_view path, std::int32_t operation = OPERATION_READ,
-    std::int32_t ppid = 0, std::string_view parent = {})
+std::string choicesOf(const QMPermissionsWindow& prompt)
 {
-    policy_query query = queryFor(path, operation, "/opt/Notes", parent);
-    query.ppid = ppid;
-    query.reserved1 = CODE_SIGN_VALID;
-    storeText(query.reserved2, "a\tb\tAcme\nInc.");
-    storeText(query.cs_info.teamid, "TEAM1");
-    return query;
-}
-
-policy_query unsignedQuery()
-{
-    policy_query query = signedQuery("/srv/x", OPERATION_EXECUTE, 56); // not in the process table
-    query.pid = -3;
-    query.reserved1 = CODE_SIGN_UNSIGNED;
-    storeText(query.process_name, "");
-    storeText(query.reserved2, "not signed");
-    return query;
+    const PermissionsControls& controls = prompt.controls();
+    const SegmentedControlState& duration = controls.durationSegmentedControl.state();
+    return (controls.pathPopUpControl.enabled() ? "" : "fixed ")
+        + controls.pathPopUpControl.titleOfSelectedItem() + ", "
+        + controls.applicationNamePopUp.title() + ", " + controls.operationsButton.title() + ", "
+        + std::to_string(duration.selectedSegment) + " of " + std::to_string(duration.segmentCount);
 }
 
 TEST(AdvancedLoading, ShowsWhatTheQuerySays)
 {
-    const std::string preferences = "/Users/ann/Library/Preferences/";
-    const std::string signer = " | AcmeInc. | file .VosselTemp.png\n";
-    const std::string image = std::string(volume) + "/a.txt";
-    const std::string readImage = "Notes would like to access the volume \"No #1 & b\".\n"
-                                  "/opt/Notes (100) < \n"
-        + image + signer + "path File Extension .txt; Only " + image
-        + "; Only /Volumes/No #1 & b/; >In /Volumes/No #1 & b/; In /Volumes/; Any Files;\n";
-    const std::string ordinary = " Read-Write, duration 1 of 4, updates on, pid 0";
-    const std::string installd = "\n/opt/Notes (100) < " + std::string(daemon) + " (60)\n/srv/x";
+    policy_query known = queryFor("/srv/a.txt", OPERATION_READ, "/opt/Notes", "/bin/sh");
+    known.ppid = 55;
+    known.reserved1 = CODE_SIGN_VALID;
+    storeText(known.reserved2, "a\tb\tAcme\nInc.");
+    policy_query unknown = queryFor("/dev/bpf3", OPERATION_EXECUTE, "");
+    unknown.pid = -3;
+    unknown.ppid = 60; // the process table has its path
+    unknown.reserved1 = CODE_SIGN_UNSIGNED;
+    storeText(unknown.reserved2, "not signed");
+    const std::pair<policy_query, std::string> rows[] = {
+        {known,
+            "Vossel detected an attempt to read the following file...\n"
+            "/opt/Notes (100) < /bin/sh (55)\n/srv/a.txt | AcmeInc. | .VosselTemp.png"},
+        {unknown,
+            "unknown program would like to intercept network packets.\n"
+            "unknown program (-3) < /sbin/second (60)\n/dev/bpf | not signed | warning.png"},
+        {queryFor("/srv/x"),
+            "Vossel detected an attempt to read the following file...\n"
+            "/opt/Notes (100) < \n/srv/x |  | warning.png"},
+    };
+    for (const auto& [query, texts] : rows) {
+        PromptFixture fixture;
+        fixture.host.processes.add(60, 1, "/sbin/second");
+        fixture.present(query);
+        EXPECT_EQ(textsOf(fixture), texts);
+    }
+}
+
+TEST(AdvancedLoading, RecommendsByTarget)
+{
+    const std::string loginItems = "/Users/ann/Library/Preferences/com.apple.loginitems.plist";
+    const std::string script = "/System/Library/Components/AppleScript.component/";
+    const std::string volume = "/Volumes/No #1 & b/";
+    const std::string ordinary = ", Notes, Read-Write, 1 of 4";
     const struct {
-        policy_query query;
-        std::string screen;
+        std::string path;
+        std::string choices;
+        std::int32_t operation = OPERATION_READ;
         std::uint32_t installer = 0;
     } rows[] = {
-        {signedQuery("/srv/data/a.txt", OPERATION_READ, 55, "/bin/sh"),
-            "Vossel detected an attempt to read the following file...\n"
-            "/opt/Notes (100) < /bin/sh (55)\n/srv/data/a.txt"
-                + signer
-                + "path File Extension .txt; Only /srv/data/a.txt; Only /srv/data/;"
-                  " >In /srv/data/; In /srv/; Any Files;\nprocess 3 [Notes via sh]"
-                + ordinary},
-        {unsignedQuery(),
-            "Vossel detected an attempt to execute the following file...\n"
-            "unknown program (-3) < unknown program (56)\n/srv/x | not signed | file warning.png\n"
-            "path Only /srv/x; Only /srv/; >In /srv/; Any Files;\n"
-            "process 2 [unknown program] Execute, duration 1 of 4, updates off disabled, pid 0"},
-        {signedQuery(preferences + "com.apple.loginitems.plist", OPERATION_WRITE, -9),
-            "Notes would like to install or modify a login item.\n/opt/Notes (100) < \n"
-                + preferences + "com.apple.loginitems.plist" + signer
-                + "path off File Extension .plist; >Only " + preferences
-                + "com.apple.loginitems.plist; Only " + preferences + "; In " + preferences
-                + "; In /Users/ann/Library/; In /Users/ann/; In /Users/; Any Files;\n"
-                  "process 2 [Notes] Read-Write, duration 0 of 4, updates on, pid 0"},
-        {signedQuery("/dev/bpf3"),
-            "Notes would like to intercept network packets.\n/opt/Notes (100) < \n/dev/bpf" + signer
-                + "path off Only /dev/bpf3; >In /dev/bpf;\nprocess 2 [Notes]" + ordinary},
-        {signedQuery(image),
-            readImage + "process 1 [any process] Read Only, duration 2 of 4, updates on, pid 0"},
-        {signedQuery(image, OPERATION_WRITE), readImage + "process 2 [Notes]" + ordinary},
-        {signedQuery("/srv/x", OPERATION_READ, 60),
-            "Vossel detected an attempt to read the following file..." + installd + signer
-                + "path Only /srv/x; Only /srv/; >In /srv/; Any Files;\nprocess 2 [Notes]"
-                + ordinary},
-        {signedQuery("/srv/x", OPERATION_READ, 60),
-            "An installer is attempting to install software on this system" + installd
-                + " | AcmeInc. | icon of Installer.app\n"
-                  "path Only /srv/x; Only /srv/; In /srv/; >Any Files;\nprocess 3 [any with "
-                  "ancestor installd] Read-Write, duration 1 of 3, updates on, pid 900",
+        {"/srv/x", "In /srv/, Notes, Execute, 1 of 4", OPERATION_EXECUTE},
+        {loginItems, "fixed Only " + loginItems + ", Notes, Read-Write, 0 of 4", OPERATION_WRITE},
+        {"/dev/bpf3", "fixed In /dev/bpf" + ordinary},
+        {script + "x", "fixed In " + script + ordinary},
+        {"/x/DAL/AppleCamera.plugin/y", "fixed In /x/DAL/AppleCamera.plugin/" + ordinary},
+        {":IOKIT/Thing", "Only :IOKIT/Thing" + ordinary},
+        {volume + "a", "In " + volume + ", any process, Read Only, 2 of 4"},
+        {volume + "a", "In " + volume + ordinary, OPERATION_WRITE},
+        {"/Volumes/Disk/a", "In /Volumes/Disk/" + ordinary}, // no image
+        {"/srv/x", "Any Files, any with ancestor installd, Read-Write, 1 of 3", OPERATION_READ,
             900},
     };
     for (const auto& row : rows) {
         PromptFixture fixture;
-        fixture.chooseAdvancedPrompts();
-        fixture.host.volumes.diskImages.set({std::string(volume)});
-        fixture.host.processes.add(60, 1, std::string(daemon));
+        fixture.host.volumes.diskImages.set({volume.substr(0, volume.size() - 1)});
+        fixture.host.processes.add(60, 1, fixture.host.installers.daemon.get());
         fixture.host.installers.running.set(row.installer);
-        EXPECT_EQ(screenOf(*fixture.open(row.query)), row.screen);
+        policy_query query = queryFor(row.path, row.operation);
+        query.ppid = 60;
+        const QMPermissionsWindow& prompt = fixture.open(query);
+        EXPECT_EQ(choicesOf(prompt), row.choices);
+        EXPECT_EQ(prompt.installerPID(), row.installer);
+        const std::string texts = textsOf(fixture);
+        EXPECT_EQ(texts.starts_with("An installer is attempting"), row.installer != 0);
+        EXPECT_EQ(texts.ends_with("| Installer.app"), row.installer != 0);
     }
-}
-
-TEST(AdvancedLoading, PathChoiceAndForeverByTarget)
-{
-    const struct {
-        std::string path;
-        bool ownPath; // below the prefix
-        bool pathEnabled;
-        int segments;
-    } rows[] = {{"/System/Library/Components/AppleScript.component/x", false, false, 4},
-        {"/Users/Shared/Vossel/ann.vossel.rc", true, false, 3},
-        {"/Users/Shared/Vossel", true, true, 4}, {"/x/DAL/AppleCamera.plugin/y", false, false, 4},
-        {":IOKIT/Thing", false, true, 4}};
-    PromptFixture fixture;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.path);
-        const auto prompt
-            = fixture.open(queryFor((row.ownPath ? fixture.directory.path() : "") + row.path));
-        EXPECT_EQ(prompt->controls().pathPopUpControl.enabled(), row.pathEnabled);
-        EXPECT_EQ(prompt->controls().durationSegmentedControl.segmentCount(), row.segments);
-    }
-    fixture.forbidRules();
-    const auto prompt = fixture.open(queryFor("/x"));
-    EXPECT_EQ(prompt->controls().durationSegmentedControl.segmentCount(), 3);
 }
 
 TEST(AdvancedLoading, UpdatesStayCoveredWhereAMakerIsKnown)
 {
-    const struct {
-        int state;
-        std::string_view team;
-        const char* program;
-        CheckBoxState updates; // checked, enabled, hidden
-    } rows[] = {{CODE_SIGN_VALID, "TEAM", "/usr/local/bin/x", {true, true, false}},
-        {CODE_SIGN_VALID, "TEAM", "/usr/bin/x", {true, false, true}},
-        {CODE_SIGN_VALID, "\xff", "/opt/x", {false, false, false}},
-        {CODE_SIGN_VALID, "", "/System/x", {false, false, true}},
-        {CODE_SIGN_INVALID, "TEAM", "/opt/x", {false, false, false}}};
-    PromptFixture fixture;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.program);
-        policy_query query = queryFor("/x", OPERATION_READ, row.program);
-        query.reserved1 = row.state;
-        storeText(query.cs_info.teamid, row.team);
-        EXPECT_EQ(fixture.open(query)->controls().allowUpdatesCheckBox.state(), row.updates);
+    using Row = std::tuple<int, const char*, const char*, CheckBoxState>; // on, enabled, hidden
+    for (const auto& [state, team, program, updates] :
+        {Row{CODE_SIGN_VALID, "TEAM", "/usr/local/bin/x", {true, true, false}},
+            Row{CODE_SIGN_VALID, "TEAM", "/usr/bin/x", {true, false, true}},
+            Row{CODE_SIGN_VALID, "\xff", "/opt/x", {false, false, false}},
+            Row{CODE_SIGN_VALID, "", "/System/x", {false, false, true}},
+            Row{CODE_SIGN_INVALID, "TEAM", "/opt/x", {false, false, false}}}) {
+        PromptFixture fixture;
+        policy_query query = queryFor("/x", OPERATION_READ, program);
+        query.reserved1 = state;
+        storeText(query.cs_info.teamid, team);
+        EXPECT_EQ(fixture.open(query).controls().allowUpdatesCheckBox.state(), updates) << program;
     }
 }
 
 TEST(AdvancedLoading, WindowKeepsTheScreenUntilItResigns)
 {
     PromptFixture fixture;
-    fixture.chooseAdvancedPrompts();
     fixture.host.windows.commandKey.set(true);
-    fixture.present(queryFor("/x"));
-    ASSERT_TRUE(fixture.presenter.advanced);
-    const auto prompt = fixture.presenter.advanced->shared_from_this();
+    const auto prompt = fixture.open(queryFor("/x")).shared_from_this();
     EXPECT_TRUE(prompt->frame().allowButton.highlighted());
     WindowState state{{0, 0, 560, 360}, true, 257, 144 | 0x8000, WindowLevel{14}, false, false, 1,
         true, true, true, true, Appearance::VibrantLight, ContentEffect{EffectMaterial{6}}, 643,
@@ -182,7 +130,7 @@ TEST(AdvancedLoading, WindowKeepsTheScreenUntilItResigns)
     EXPECT_EQ(prompt->frame().window.state(), state);
     EXPECT_EQ(
         fixture.host.windows.acts.get(), (Lines{"activate", "activate", "deactivate", "hide"}));
-    EXPECT_EQ(fixture.presenter.calls, (Lines{"opened", "closed"}));
+    EXPECT_EQ(fixture.calls, (Lines{"opened", "closed"}));
 }
 
 TEST(AdvancedLoading, ProcessMenuFitsItsLongestTitleWithinTheLayout)
@@ -192,26 +140,21 @@ TEST(AdvancedLoading, ProcessMenuFitsItsLongestTitleWithinTheLayout)
     const std::pair<std::size_t, double> rows[]
         = {{2, 35 + 6.5 * 11}, {20, 35 + 6.5 * 20}, {90, 410}};
     for (const auto& [length, width] : rows) {
-        const auto prompt
-            = fixture.open(queryFor("/x", OPERATION_READ, "/opt/" + std::string(length, 'n')));
-        EXPECT_EQ(prompt->controls().applicationNamePopUp.frame(), (Rect{130, 276, width, 26}));
+        fixture.present(queryFor("/x", OPERATION_READ, "/opt/" + std::string(length, 'n')));
+        EXPECT_EQ(
+            fixture.advanced->controls().applicationNamePopUp.frame(), (Rect{130, 276, width, 26}));
     }
 }
 
 TEST(AdvancedLoading, RecordsWithoutANulAreReadToTheirEnd)
 {
     PromptFixture fixture;
-    policy_query query{};
-    query.ppid = 9;
-    fillArray(query.path, 'p', "/");
-    fillArray(query.process_name, '\xff', "/opt/");
-    fillArray(query.parent_name, 'r', "/");
-    fillArray(query.reserved2, 's');
-    fillArray(query.cs_info.teamid, 't');
-    const auto prompt = fixture.open(query);
-    EXPECT_EQ(prompt->controls().filenameTextField.stringValue().size(), 1024U);
-    EXPECT_EQ(prompt->controls().applicationParentPathTextField.stringValue(),
-        "/" + std::string(1023, 'r') + " (9)");
+    policy_query query;
+    std::memset(&query, '/', sizeof query);
+    const PermissionsControls& controls = fixture.open(query).controls();
+    const std::string name(1024, '/');
+    EXPECT_EQ(controls.filenameTextField.stringValue(), name);
+    EXPECT_EQ(controls.applicationParentPathTextField.stringValue(), name + " (791621423)");
 }
 
 }

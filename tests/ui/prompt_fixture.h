@@ -13,12 +13,43 @@ namespace vossel::test {
 
 using Lines = std::vector<std::string>;
 
-// Remembers which prompt stands, and what it was told of it.
-class PresenterProbe final : public PromptPresenter {
-public:
-    QMPermissionsWindow* advanced = nullptr;
+// The agent's broker with the real prompts, advanced ones unless the preferences are written anew.
+// Nothing is drawn, and nobody but the broker keeps a prompt: a click or a key may be the last
+// thing that it sees.
+struct PromptFixture : AgentFixture, PromptPresenter {
+    QMPermissionsWindow* advanced = nullptr; // that is open
     QMSimplePermissionsWindow* simple = nullptr;
     Lines calls;
+    PromptWindows windows{{host.host, directories, broker, *this}};
+    std::shared_ptr<QueryWait> wait; // for the answer to the last query
+
+    PromptFixture()
+    {
+        broker.setPromptFactory(&windows);
+        chooseAdvancedPrompts();
+    }
+
+    void present(const policy_query& query)
+    {
+        wait = std::make_shared<QueryWait>();
+        broker.presentQueryToUser(query, wait);
+        host.mainThread.runPending();
+    }
+    QMPermissionsWindow& open(const policy_query& query)
+    {
+        present(query);
+        return *advanced;
+    }
+    [[nodiscard]] const PromptFrame& frame() const
+    {
+        return simple ? simple->frame() : advanced->frame();
+    }
+    [[nodiscard]] std::string icon() const
+    {
+        return std::filesystem::path(frame().applicationIconImageView.image().path).filename();
+    }
+    void forbidRules() { std::filesystem::remove_all(directories.sharedData()); }
+    [[nodiscard]] std::string pathOfRules() const { return directories.sharedData() + "x"; }
 
     void promptOpened(QMPermissionsWindow& p) override { note("opened", advanced, &p); }
     void promptOpened(QMSimplePermissionsWindow& p) override { note("opened", simple, &p); }
@@ -36,102 +67,18 @@ private:
     }
 };
 
-// What either prompt hands over, as one line of text each.
-class DelegateProbe final : public QMPermissionsWindowDelegate,
-                            public QMSimplePermissionsWindowDelegate {
-public:
-    using Path = std::optional<std::string>;
-    Lines handedOver;
-
-    void didClickAllowWithSelectedPath(const Path& path, std::int64_t duration,
-        std::int32_t process, std::int32_t operations, const policy_query& q,
-        std::uint32_t pid) override
-    {
-        note("allow", q, duration, path.value_or("none"), {process, operations, pid});
-    }
-    void didClickDenyWithSelectedPath(const Path& path, std::int64_t duration, std::int32_t process,
-        std::int32_t operations, const policy_query& q, std::uint32_t pid) override
-    {
-        note("deny", q, duration, path.value_or("none"), {process, operations, pid});
-    }
-    void didClickAllowWithQuery(const policy_query& q, std::int64_t duration) override
-    {
-        note("allow", q, duration);
-    }
-    void didClickDenyWithQuery(const policy_query& q, std::int64_t duration) override
-    {
-        note("deny", q, duration);
-    }
-    void didRequestAdvancedDisplayForQuery(const policy_query& q) override
-    {
-        note("advanced", q, -1);
-    }
-
-private:
-    // "allow <path> constraint 1 for 2", and of the advanced prompt: the choice, the process tag,
-    // the operations, the process id and the parent.
-    void note(const std::string& decision, const policy_query& query, std::int64_t duration,
-        const std::string& choice = {}, std::initializer_list<std::int64_t> numbers = {})
-    {
-        std::string line = decision + " " + std::string(textOf(query.path)) + " constraint "
-            + std::to_string(query.constraint_type) + " for " + std::to_string(duration);
-        if (numbers.size() > 0)
-            line += " by [" + choice + "]";
-        for (const std::int64_t number : numbers)
-            line += " " + std::to_string(number);
-        handedOver.push_back(line + std::string(textOf(query.parent_name)));
-    }
-};
-
-// The agent's broker with the real prompts, on whose screen nothing is drawn.
-struct PromptFixture : AgentFixture {
-    PresenterProbe presenter;
-    DelegateProbe delegate;
-    const PromptContext context{host.host, directories, broker, presenter};
-    PromptWindows windows{context};
-    // Of everybody who answers through the broker.
-    std::shared_ptr<QueryWait> wait = std::make_shared<QueryWait>();
-
-    PromptFixture() { broker.setPromptFactory(&windows); }
-
-    void forbidRules() { std::filesystem::remove_all(directories.sharedData()); }
-
-    // A prompt that answers to `delegate`; the broker knows nothing of it.
-    template <class Prompt = QMPermissionsWindow>
-    std::shared_ptr<Prompt> open(const policy_query& query)
-    {
-        auto prompt = std::make_shared<Prompt>(context);
-        prompt->setPolicyQuery(query);
-        prompt->setDelegate(&delegate);
-        prompt->showWindow();
-        return prompt;
-    }
-    // A prompt of the broker's, in the mode that the preferences choose.
-    void present(const policy_query& query)
-    {
-        broker.presentQueryToUser(query, wait);
-        host.mainThread.runPending();
-    }
-};
-
-// An image's path less the folders that an installation decides.
-[[nodiscard]] inline std::string describe(const ImageSource& image)
+// "allow 1 0 2 7 0 constraint 2 in /x": duration, code, process, operations, process id; then what
+// the response covers.
+[[nodiscard]] inline std::string describe(const user_prompt_response& response)
 {
-    static constexpr const char* kinds[] = {"none ", "file ", "icon of "};
-    return kinds[static_cast<int>(image.kind)]
-        + std::filesystem::path(image.path).filename().string();
-}
-
-[[nodiscard]] inline std::string describe(const Button& button, const char* name)
-{
-    return name + std::string(button.hidden() ? " hidden" : "")
-        + (button.highlighted() ? " highlighted" : "") + (button.on() ? " on" : "");
-}
-
-[[nodiscard]] inline std::string describe(const PromptFrame& frame)
-{
-    return describe(frame.allowButton, "allow") + ", " + describe(frame.denyButton, "deny")
-        + (frame.touchBarLabel.hidden() ? "" : ", on the touch bar");
+    static constexpr const char* scopes[] = {" in ", " only ", " extension "};
+    std::string text = response.decision == DECISION_ALLOW ? "allow" : "deny";
+    for (const std::int64_t number : std::initializer_list<std::int64_t>{
+             response.duration, response.code, response.process, response.operations, response.pid})
+        text += " " + std::to_string(number);
+    return text + " constraint " + std::to_string(response.constraint_type)
+        + scopes[response.pathType] + std::string(textOf(response.path))
+        + std::string(textOf(response.user_data));
 }
 
 }

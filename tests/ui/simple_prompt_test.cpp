@@ -5,56 +5,55 @@
 namespace vossel::test {
 namespace {
 
-using Window = QMSimplePermissionsWindow;
+struct SimplePromptTest : testing::Test, PromptFixture {
+    SimplePromptTest() { writePreferences({}); }
 
-std::string screenOf(const Window& prompt)
-{
-    const SimplePermissionsControls& controls = prompt.controls();
-    return controls.applicationNameTextField.stringValue() + " | "
-        + controls.activityDescriptionTextField.stringValue() + " | "
-        + controls.informationTextField.stringValue() + " | "
-        + describe(prompt.frame().applicationIconImageView.image()) + "\n"
-        + describe(controls.untilQuitButtonCell, "quit") + ", "
-        + describe(controls.untilRestartButtonCell, "restart") + ", "
-        + describe(controls.foreverButtonCell, "forever") + ", "
-        + describe(controls.foreverTextLabel, "label") + ": "
-        + std::to_string(prompt.selectedDuration()) + "\n" + describe(prompt.frame());
-}
+    // The texts and the icon, the duration; "*" for each button that is on, "-" for a hidden one.
+    [[nodiscard]] std::string screen() const
+    {
+        const SimplePermissionsControls& controls = simple->controls();
+        std::string text = controls.applicationNameTextField.stringValue() + " | "
+            + controls.activityDescriptionTextField.stringValue() + " | "
+            + controls.informationTextField.stringValue() + " | " + icon() + " | "
+            + std::to_string(simple->selectedDuration()) + " ";
+        for (const Button* button :
+            {&controls.untilQuitButtonCell, &controls.untilRestartButtonCell,
+                &controls.foreverButtonCell, &controls.foreverTextLabel})
+            text += button->hidden() ? '-' : button->on() ? '*' : '.';
+        return text;
+    }
+};
 
-TEST(SimplePrompt, LoadsAndFollowsTheDurationChoice)
+TEST_F(SimplePromptTest, LoadsAndFollowsTheDurationChoice)
 {
-    PromptFixture fixture;
     policy_query query = queryFor("/srv/x", OPERATION_READ, "/opt/Notes", "/bin/sh");
     query.reserved1 = CODE_SIGN_VALID;
     storeText(query.reserved2, "a\tb\tAcme\nInc.");
-    const auto prompt = fixture.open<Window>(query);
+    present(query);
     const std::string head = "Notes via sh | Notes via sh would like to access the file /srv/x |"
-                             " AcmeInc. | file .VosselTemp.png\n";
-    EXPECT_EQ(screenOf(*prompt), head + "quit on, restart, forever, label: 1\nallow, deny");
-    prompt->clickedForever();
-    EXPECT_EQ(screenOf(*prompt), head + "quit, restart, forever on, label: 3\nallow, deny");
-    fixture.presenter.calls.clear();
-    prompt->clickedUntilRestart();
-    EXPECT_EQ(screenOf(*prompt), head + "quit, restart on, forever, label: 2\nallow, deny");
-    EXPECT_EQ(fixture.presenter.calls, Lines{"changed"});
+                             " AcmeInc. | .VosselTemp.png | ";
+    EXPECT_EQ(screen(), head + "1 *...");
+    simple->clickedForever();
+    EXPECT_EQ(screen(), head + "3 ..*.");
+    simple->clickedUntilRestart();
+    EXPECT_EQ(screen(), head + "2 .*..");
+    EXPECT_EQ(calls, (Lines{"opened", "changed", "changed"}));
+    broker.clickDeny();
+    EXPECT_EQ(describe(wait->response()), "deny 2 0 0 7 0 constraint 2 in /srv/x");
 }
 
-TEST(SimplePrompt, ForeverIsNotForEverybodyAndEverything)
+TEST_F(SimplePromptTest, ForeverIsNotForEverybodyAndEverything)
 {
-    for (const bool rulesFolder : {true, false}) {
-        PromptFixture fixture;
-        if (!rulesFolder)
-            fixture.forbidRules();
-        const auto prompt = fixture.open<Window>(
-            queryFor(rulesFolder ? fixture.directory / "Users/Shared/Vossel/x" : "/srv/x"));
-        prompt->clickedForever();
-        EXPECT_TRUE(screenOf(*prompt).ends_with("| file warning.png\n"
-                                                "quit on, restart, forever hidden, label hidden: 1"
-                                                "\nallow, deny"));
+    for (const std::string& path : {pathOfRules(), std::string("/srv/x")}) {
+        if (path == "/srv/x")
+            forbidRules();
+        present(queryFor(path));
+        simple->clickedForever();
+        EXPECT_TRUE(screen().ends_with("warning.png | 1 *.--"));
     }
 }
 
-TEST(SimplePrompt, DecidesOnMoreThanWasAskedFor)
+TEST_F(SimplePromptTest, DecidesOnMoreThanWasAskedFor)
 {
     const struct {
         const char* path;
@@ -69,72 +68,38 @@ TEST(SimplePrompt, DecidesOnMoreThanWasAskedFor)
         {"/Users/ann/Library/LaunchAgents", "/Users/ann/Library/"},
         {"/Volumes/Disk/a/b", "/Volumes/Disk/"},
         {"/dev/bpf12", "/dev/bpf"},
-        {"/srv/a/b", "/srv/a/b"},
         {"/srv/a/b", "/srv/a/b", "/"}, // a home that holds everything widens nothing
         {"/srv/a/b", "/srv/a/b", ""},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.path);
-        PromptFixture fixture;
-        fixture.host.accounts.facts.with([&](auto& facts) { facts.homeDirectory = row.home; });
-        const auto prompt = fixture.open<Window>(queryFor(row.path));
-        prompt->clickedAllow();
-        prompt->clickedUntilRestart();
-        prompt->clickedDeny();
-        prompt->clickedAdvanced();
-        EXPECT_EQ(fixture.delegate.handedOver,
-            (Lines{std::string("allow ") + row.decided + " constraint 2 for 1",
-                std::string("deny ") + row.decided + " constraint 2 for 2",
-                std::string("advanced ") + row.path + " constraint 0 for -1"}));
+        host.accounts.facts.with([&](auto& facts) { facts.homeDirectory = row.home; });
+        present(queryFor(row.path));
+        broker.clickAllow();
+        EXPECT_EQ(describe(wait->response()),
+            std::string("allow 1 0 0 7 0 constraint 2 in ") + row.decided)
+            << row.path;
     }
 }
 
-TEST(SimplePrompt, AuthenticationAndTouchBarOnly)
+TEST_F(SimplePromptTest, SwitchesToTheAdvancedPromptForThisQueryOnly)
 {
-    PromptFixture fixture;
-    fixture.writePreferences({{"ui.prompts.oob", 1}, {"ui.prompts.authenticate", 1}});
-    const auto prompt = fixture.open<Window>(queryFor("/x"));
-    EXPECT_TRUE(screenOf(*prompt).ends_with("allow hidden, deny hidden, on the touch bar"));
-    const Lines both{".deny", ".allow"};
-    EXPECT_EQ(prompt->touchBar(), (TouchBar{".touchBar", both, both, ".allow"}));
-    prompt->clickedForever();
-    prompt->makeItemForIdentifier(".allow").view->action(); // she is no administrator
-    EXPECT_EQ(fixture.delegate.handedOver, Lines{"deny /x constraint 2 for 0"});
-    fixture.host.authenticator.duringDialog.set([&] { prompt->close(); });
-    fixture.host.authenticator.isAdministrator.set(true);
-    prompt->clickedAllow();
-    EXPECT_EQ(fixture.delegate.handedOver.size(), 1U);
-}
-
-TEST(SimplePrompt, SwitchesToTheAdvancedPromptForThisQueryOnly)
-{
+    host.accounts.makeAdministrator();
+    (void)writeFile(directories.simpleModeMarker("ann"), "");
     const std::string loginItems = "/Users/ann/Library/Preferences/com.apple.loginitems.plist";
-    const struct {
-        std::string path;
-        void (SimplePrompt::*choose)();
-        std::string decided;
-        int segment;
-    } rows[] = {
+    const std::tuple<std::string, void (SimplePrompt::*)(), std::string> rows[] = {
         // The advanced prompt's own choice stays: once.
-        {loginItems, &SimplePrompt::clickedUntilQuit, loginItems, 0},
+        {loginItems, &SimplePrompt::clickedUntilQuit, "0 0 2 7 0 constraint 1 only " + loginItems},
         // Coming from here, the folder alone is not offered even to an administrator.
-        {"/srv/x/", &SimplePrompt::clickedForever, "", 3},
+        {"/srv/x/", &SimplePrompt::clickedForever, "3 0 2 7 0 constraint 1 only "},
     };
-    for (const auto& row : rows) {
-        PromptFixture fixture;
-        fixture.host.accounts.makeAdministrator();
-        (void)writeFile(fixture.directories.simpleModeMarker("ann"), "");
-        fixture.present(queryFor(row.path));
-        ASSERT_TRUE(fixture.presenter.simple);
-        (fixture.presenter.simple->*row.choose)();
-        fixture.presenter.simple->clickedAdvanced();
-        ASSERT_TRUE(fixture.presenter.advanced && !fixture.presenter.simple);
-        EXPECT_FALSE(fixture.broker.simpleMode());
-        fixture.presenter.advanced->clickedAllow();
-        EXPECT_TRUE(fixture.broker.simpleMode());
-        EXPECT_EQ(fixture.wait->response().path, row.decided);
-        EXPECT_EQ(fixture.wait->response().duration, row.segment);
-        EXPECT_EQ(fixture.wait->response().pathType, PATH_EXACT);
+    for (const auto& [path, choose, decided] : rows) {
+        present(queryFor(path));
+        ASSERT_TRUE(simple); // again after the first
+        (simple->*choose)();
+        simple->clickedAdvanced();
+        ASSERT_TRUE(advanced && !simple);
+        advanced->clickedAllow();
+        EXPECT_EQ(describe(wait->response()), "allow " + decided);
     }
 }
 
