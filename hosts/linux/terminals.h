@@ -33,8 +33,8 @@ public:
     // empty when that has another terminal or is gone.
     [[nodiscard]] std::optional<std::int32_t> foregroundOf(
         std::uint64_t device, std::int32_t pid) const;
-    // Whether processes other than these and their ancestors belong to this session, and so have its
-    // terminal. Asks the kernel about every process, about 1 us each.
+    // Whether processes other than these and their ancestors belong to this session, and so have
+    // its terminal. Asks the kernel about every process, about 1 us each.
     [[nodiscard]] bool hasOthers(
         std::int32_t session, std::initializer_list<std::int32_t> processes) const;
     // A variable of the environment that a process was started with; empty when it may not be read,
