@@ -1,6 +1,7 @@
 #include "foundation/log.h"
 #include "hosts/desktop/signal_calls.h"
 #include "hosts/linux/process_control.h"
+#include "hosts/terminal/terminal_text.h"
 #include "programs/agent_assembly.h"
 #include "programs/line_interface.h"
 #include "programs/terminal_interface.h"
@@ -37,9 +38,13 @@ void fillStandardDescriptors()
         ::close(fd);
 }
 
+// Lines hold names and paths of others' choice: they must neither forge lines nor steer a terminal.
 void logToStandardError(std::string_view line)
 {
-    std::fprintf(stderr, "VosselUserAgent: %.*s\n", static_cast<int>(line.size()), line.data());
+    std::string safe;
+    for (const vossel::Glyph& glyph : vossel::toGlyphs(line, vossel::Charset::Utf8))
+        safe += glyph.bytes;
+    std::fprintf(stderr, "VosselUserAgent: %s\n", safe.c_str());
 }
 
 // How to ask, by its name; without one a terminal. Fails with the reason when it cannot be done

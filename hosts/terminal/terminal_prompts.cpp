@@ -77,7 +77,7 @@ TerminalPrompts::TerminalPrompts(
 
 TerminalPrompts::~TerminalPrompts()
 {
-    leave();
+    services_.timers.cancel(tick_);
 }
 
 void TerminalPrompts::leave()
