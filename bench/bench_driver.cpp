@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -121,6 +122,20 @@ std::size_t BenchDriver::flood(policy_query_message message, std::size_t count)
         }
     }
     return answered;
+}
+
+policy_query_message exampleQuery()
+{
+    policy_query_message message{};
+    message.type = MSG_POLICY_QUERY;
+    policy_query& query = message.policy_query_;
+    query.pid = getpid();
+    query.ppid = getppid();
+    query.operation = OPERATION_READ;
+    storeText(query.path, "/Users/ann/Library/Application Support/Notes/db/data.sqlite");
+    storeText(query.process_name, "/usr/bin/editor");
+    storeText(query.parent_name, "/usr/bin/bash");
+    return message;
 }
 
 std::chrono::nanoseconds median(std::vector<std::chrono::nanoseconds>& times)

@@ -38,6 +38,9 @@ private:
     bool filtering_ = true;
 };
 
+// A read by this process, with its true parent.
+[[nodiscard]] policy_query_message exampleQuery();
+
 // The median of measurements; they come back sorted.
 [[nodiscard]] std::chrono::nanoseconds median(std::vector<std::chrono::nanoseconds>& times);
 

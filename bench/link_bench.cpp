@@ -123,20 +123,6 @@ private:
     std::_Exit(0);
 }
 
-policy_query_message exampleQuery()
-{
-    policy_query_message message{};
-    message.type = MSG_POLICY_QUERY;
-    policy_query& query = message.policy_query_;
-    query.pid = getpid();
-    query.ppid = getppid();
-    query.operation = OPERATION_READ;
-    storeText(query.path, "/Users/ann/Library/Application Support/Notes/db/data.sqlite");
-    storeText(query.process_name, "/usr/bin/editor");
-    storeText(query.parent_name, "/usr/bin/bash");
-    return message;
-}
-
 std::vector<std::chrono::nanoseconds> measureBare(const policy_query_message& message)
 {
     int ends[2];

@@ -69,20 +69,6 @@ void end(OnTerminal& program)
     waitpid(program.pid, nullptr, 0);
 }
 
-policy_query_message exampleQuery()
-{
-    policy_query_message message{};
-    message.type = MSG_POLICY_QUERY;
-    policy_query& query = message.policy_query_;
-    query.pid = getpid();
-    query.ppid = getppid();
-    query.operation = OPERATION_READ;
-    storeText(query.path, "/srv/projects/notes/db/data.sqlite");
-    storeText(query.process_name, "/usr/bin/editor");
-    storeText(query.parent_name, "/usr/bin/bash");
-    return message;
-}
-
 std::string readSome(int fd)
 {
     std::array<char, 16384> buffer;

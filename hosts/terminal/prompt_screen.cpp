@@ -8,7 +8,6 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t widest = 98; // longer lines are hard to follow
 constexpr std::size_t labelColumns = 11;
 constexpr std::size_t gap = 2;
 constexpr std::string_view recommendedMark = "  recommended";
@@ -57,7 +56,7 @@ public:
         , view_(state.view)
         , charset_(charset)
         , height_(static_cast<std::size_t>(std::max(size.rows, 1)))
-        , width_(std::min(static_cast<std::size_t>(std::max(size.columns, 1)), widest))
+        , width_(static_cast<std::size_t>(std::max(size.columns, 1)))
     {
     }
 
@@ -83,7 +82,7 @@ private:
         if (detail.bar)
             bar();
         blank(detail);
-        addWrapped(view_.sentence, detail.sentenceLines, Style::Strong, 0);
+        addWrapped(view_.sentence, detail.sentenceLines, Style::Strong);
         blank(detail);
         std::size_t facts = 0;
         for (const PromptView::Fact& one : view_.facts) {
@@ -102,7 +101,7 @@ private:
         }
         blank(detail);
         if (!state_.message.empty())
-            addWrapped(state_.message, 2, Style::Warning, 0);
+            addWrapped(state_.message, 2, Style::Warning);
         ways();
         if (!state_.question && !state_.help && detail.listRows > 0)
             lists(middle, detail);
@@ -252,7 +251,7 @@ private:
 
     void question()
     {
-        addWrapped(state_.question->text, 3, Style::Strong, 0);
+        addWrapped(state_.question->text, 3, Style::Strong);
         ScreenRow row(width_);
         row.add("> ", Style::Strong);
         Glyphs typed = toGlyphs(state_.question->typed, charset_);
@@ -323,11 +322,10 @@ private:
             row.add(span.text, span.style);
     }
 
-    void addWrapped(std::string_view text, std::size_t lines, Style style, std::size_t indent)
+    void addWrapped(std::string_view text, std::size_t lines, Style style)
     {
-        const std::size_t room = width_ - std::min(width_, indent);
-        for (const Glyphs& line : wrapText(toGlyphs(text, charset_), room, lines, charset_))
-            push(ScreenRow(width_).padTo(indent).add(line, style));
+        for (const Glyphs& line : wrapText(toGlyphs(text, charset_), width_, lines, charset_))
+            push(ScreenRow(width_).add(line, style));
     }
 
     void blank(const Detail& detail)

@@ -147,6 +147,7 @@ void PromptTerminal::takeKeys(std::vector<TerminalKey> keys)
         return;
     const auto handler = handlers_.keys; // outlives this
     handler(keys);
+    ::explicit_bzero(keys.data(), keys.size() * sizeof(TerminalKey)); // maybe a password
 }
 
 }

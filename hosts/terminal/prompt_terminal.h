@@ -46,7 +46,6 @@ public:
     [[nodiscard]] TerminalSize area() const { return painter_.area(); }
     [[nodiscard]] Charset charset() const { return charset_; }
     [[nodiscard]] bool vanished() const { return device_->vanished(); }
-    [[nodiscard]] const TerminalDevice& device() const { return *device_; }
     // False when the terminal's mode is not to be had: nothing was drawn, and no keys will come.
     [[nodiscard]] bool isTaken() const { return taken_; }
     // Looks whether the terminal has another size; true when it does.

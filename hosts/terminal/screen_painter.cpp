@@ -8,7 +8,7 @@ namespace {
 
 // One column is left free on either side: a terminal may begin a new line behind its last column.
 constexpr int margins = 2;
-constexpr int mostColumns = 98;
+constexpr int mostColumns = 98; // longer lines are hard to follow
 
 }
 
@@ -159,43 +159,37 @@ std::string ScreenPainter::changes(const Screen& screen)
 
 std::string ScreenPainter::draw(const ScreenRow& row) const
 {
-    const auto colour = [this](TerminalCapabilities::Color which) {
-        return terminal_.foreground[static_cast<std::size_t>(which)];
-    };
     std::string bytes;
     for (const Span& span : row.spans()) {
-        std::string begin;
-        switch (span.style) {
-        case Style::Plain:
-            break;
-        case Style::Dim:
-            begin = terminal_.dim;
-            break;
-        case Style::Strong:
-            begin = terminal_.bold;
-            break;
-        case Style::Title:
-            begin = terminal_.reverse;
-            break;
-        case Style::Escape:
-            begin = terminal_.underline;
-            break;
-        case Style::Chosen:
-            begin = terminal_.bold + terminal_.reverse;
-            break;
-        case Style::Warning:
-            begin = terminal_.bold + colour(TerminalCapabilities::Red);
-            break;
-        case Style::Allow:
-            begin = colour(TerminalCapabilities::Green);
-            break;
-        case Style::Deny:
-            begin = colour(TerminalCapabilities::Red);
-            break;
-        }
+        const std::string begin = beginOf(span.style);
         bytes += begin + span.text + (begin.empty() ? std::string() : terminal_.plain);
     }
     return bytes;
+}
+
+std::string ScreenPainter::beginOf(Style style) const
+{
+    switch (style) {
+    case Style::Plain:
+        return {};
+    case Style::Dim:
+        return terminal_.dim;
+    case Style::Strong:
+        return terminal_.bold;
+    case Style::Title:
+        return terminal_.reverse;
+    case Style::Warning:
+        return terminal_.bold + terminal_.foreground[TerminalCapabilities::Red];
+    case Style::Chosen:
+        return terminal_.bold + terminal_.reverse;
+    case Style::Allow:
+        return terminal_.foreground[TerminalCapabilities::Green];
+    case Style::Deny:
+        return terminal_.foreground[TerminalCapabilities::Red];
+    case Style::Escape:
+        return terminal_.underline;
+    }
+    return {};
 }
 
 }

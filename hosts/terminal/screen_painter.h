@@ -34,6 +34,7 @@ public:
 
 private:
     [[nodiscard]] std::string draw(const ScreenRow& row) const;
+    [[nodiscard]] std::string beginOf(Style style) const;
     [[nodiscard]] std::string changes(const Screen& screen);
     [[nodiscard]] std::string takeBottom(int rows);
     [[nodiscard]] std::string leaveBottom();

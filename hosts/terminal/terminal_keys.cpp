@@ -97,11 +97,6 @@ void KeyParser::flush(Keys& keys)
     }
 }
 
-void KeyParser::reset()
-{
-    *this = {};
-}
-
 void KeyParser::take(unsigned char byte, Keys& keys)
 {
     if (byte == interrupt && state_ != State::Paste) {

@@ -49,7 +49,6 @@ public:
     // The pause is over. A lone escape is the key; a broken sequence is Other, and its end, should
     // it come yet, is passed over.
     void flush(std::vector<TerminalKey>& keys);
-    void reset();
 
 private:
     using Keys = std::vector<TerminalKey>;

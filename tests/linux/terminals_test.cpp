@@ -90,6 +90,10 @@ TEST(LinuxTerminalsTest, KnowsAShellsTerminal)
     EXPECT_EQ(
         terminals.of(shell), (ControllingTerminal{path.data(), file.st_rdev, shell, shell, shell}));
     EXPECT_EQ(terminals.environmentOf(shell, "TERM"), "vt100");
+    EXPECT_EQ(terminals.foregroundOf(file.st_rdev, shell), shell);
+    EXPECT_FALSE(terminals.foregroundOf(file.st_rdev + 1, shell));
+    EXPECT_FALSE(terminals.hasOthers(shell, {shell}));
+    EXPECT_TRUE(terminals.hasOthers(shell, {::getpid()}));
     own.reset(); // hangs up
     ::waitpid(shell, nullptr, 0);
     EXPECT_FALSE(terminals.of(shell));

@@ -110,9 +110,6 @@ TEST(KeyParserTest, APasteIsOneKeyWhateverIsInIt)
     EXPECT_EQ(fed(parser, "\033[201~\r"), "Pasted Return");
     EXPECT_EQ(fed(parser, {"\033[2", "00~A\033[201~A"}), "Other Pasted A");
     EXPECT_EQ(fed(parser, {"\033", "[200~A\r\033[201~A"}), "Escape Pasted A");
-    EXPECT_EQ(fed(parser, "\033[200~A"), "");
-    parser.reset();
-    EXPECT_EQ(fed(parser, "A"), "A");
 }
 
 TEST(KeyParserTest, AfterThePause)

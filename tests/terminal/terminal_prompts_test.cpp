@@ -1,9 +1,8 @@
-#include "hosts/terminal/hang_up_filter.h"
-#include "hosts/terminal/screen_painter.h"
 #include "hosts/terminal/terminal_choice.h"
 #include "hosts/terminal/terminal_messages.h"
 #include "hosts/terminal/terminal_prompts.h"
 #include "support/agent_fixture.h"
+#include "support/pty.h"
 #include "support/queries.h"
 #include "support/terminal_emulator.h"
 #include "ui/prompt/prompt_windows.h"
@@ -15,10 +14,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdlib>
-#include <pty.h>
-#include <stdexcept>
 
 namespace vossel::test {
 namespace {
@@ -27,69 +23,6 @@ using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-
-// The two sides of a pseudo-terminal: what is typed and read by the person, and the device.
-class Pty {
-public:
-    Pty(int columns, int rows)
-    {
-        const winsize size{
-            static_cast<unsigned short>(rows), static_cast<unsigned short>(columns), 0, 0};
-        int person = -1;
-        int device = -1;
-        std::array<char, 64> name{};
-        if (::openpty(&person, &device, name.data(), nullptr, &size) != 0)
-            throw std::runtime_error("no pseudo-terminal");
-        person_.reset(person);
-        device_.reset(device);
-        path_ = name.data();
-    }
-
-    [[nodiscard]] const std::string& path() const { return path_; }
-    [[nodiscard]] int device() const { return device_.get(); }
-    void type(std::string_view keys)
-    {
-        EXPECT_EQ(::write(person_.get(), keys.data(), keys.size()), std::ssize(keys));
-    }
-    void resize(int columns, int rows)
-    {
-        const winsize size{
-            static_cast<unsigned short>(rows), static_cast<unsigned short>(columns), 0, 0};
-        ::ioctl(person_.get(), TIOCSWINSZ, &size);
-    }
-    // All that was written to the device before this: a mark is sent after it and waited for.
-    std::string read()
-    {
-        static constexpr char mark = '\005';
-        std::string bytes;
-        bool marked = false;
-        std::array<char, 4096> buffer;
-        while (person_ && bytes.find(mark) == std::string::npos) {
-            marked = marked || ::write(device_.get(), &mark, 1) == 1;
-            pollfd wait{person_.get(), POLLIN, 0};
-            const ssize_t count = ::poll(&wait, 1, 5000) > 0
-                ? ::read(person_.get(), buffer.data(), buffer.size())
-                : 0;
-            if (count <= 0)
-                break;
-            bytes.append(buffer.data(), static_cast<std::size_t>(count));
-        }
-        std::erase(bytes, mark);
-        return bytes;
-    }
-    [[nodiscard]] bool isCooked() const
-    {
-        termios mode{};
-        ::tcgetattr(device_.get(), &mode);
-        return (mode.c_lflag & ICANON) != 0 && (mode.c_lflag & ECHO) != 0;
-    }
-    void vanish() { person_.reset(); }
-
-private:
-    UniqueFd person_;
-    UniqueFd device_;
-    std::string path_;
-};
 
 struct TerminalPromptsTest : testing::Test, AgentFixture {
     TerminalPromptsTest()
@@ -459,57 +392,6 @@ TEST_F(TerminalPromptsTest, LeavesALineOnWhatBecameOfAPrompt)
         "$ cat report.txt\n"
         "editor via bash: /srv/\\ex: denied, once\n"
         "editor via bash: /srv/\\ex: not answered in time, denied");
-}
-
-// What other programs write meanwhile goes on above the prompt, and nothing of it is lost.
-TEST(ScreenPainterTest, LeavesTheRestOfTheScreenToOthers)
-{
-    Pty pty(20, 6);
-    TerminalEmulator screen(20, 6);
-    auto device = *TerminalDevice::open(pty.path());
-    const auto terminal = *TerminalCapabilities::load("linux"); // which has one screen only
-    ScreenPainter painter(device, terminal, ScreenPainter::Place::Bottom);
-    const auto write = [&](const char* text) { ::dprintf(pty.device(), "%s", text); };
-    const auto look = [&] { screen.feed(pty.read()); };
-    write("one\r\ntwo\r\nthree\r\nfour\r\nname: ");
-    painter.begin();
-    Screen prompt{{2, ScreenRow(18)}, std::nullopt};
-    prompt.rows[0].add("Allow it?");
-    prompt.rows[1].add("Esc A");
-    painter.paint(prompt);
-    look();
-    EXPECT_EQ(screen.text(), "two\nthree\nfour\nname:\nAllow it?\nEsc A");
-    write("ann\r\nfive\r\n");
-    prompt.rows[1] = ScreenRow(18);
-    prompt.rows[1].add("5 s");
-    painter.paint(prompt);
-    look();
-    EXPECT_EQ(screen.text(), "four\nname: ann\nfive\n\nAllow it?\n5 s");
-    painter.end();
-    write("six\r\nseven\r\neight\r\nnine");
-    look();
-    EXPECT_EQ(screen.text(), "name: ann\nfive\nsix\nseven\neight\nnine");
-    EXPECT_THAT(screen.offences, IsEmpty());
-}
-
-TEST(HangUpFilterTest, PassesOverThoseOfAVanishedTerminal)
-{
-    SimulatedHost host;
-    bool vanished = false;
-    int reloads = 0;
-    HangUpFilter filter(host.processControl, host.clock, [&] { return vanished; });
-    filter.onHangUp([&] { ++reloads; });
-    host.clock.advance(5s);
-    host.processControl.hangUp();
-    EXPECT_EQ(reloads, 1);
-    vanished = true;
-    host.processControl.hangUp();
-    host.clock.advance(1s);
-    host.processControl.hangUp();
-    EXPECT_EQ(reloads, 1);
-    host.clock.advance(1s);
-    host.processControl.hangUp();
-    EXPECT_EQ(reloads, 2);
 }
 
 }
