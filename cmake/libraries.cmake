@@ -2,6 +2,7 @@
 
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(LIBPLIST REQUIRED IMPORTED_TARGET libplist-2.0)
+pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc)
 pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
 pkg_check_modules(TINFO REQUIRED IMPORTED_TARGET tinfo)
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)

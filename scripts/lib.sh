@@ -4,7 +4,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # What running and building the programs needs, and what checking them needs beside that.
 run_packages=(g++ cmake ninja-build pkg-config python3 util-linux
-  libplist-dev libsystemd-dev libssl-dev libncurses-dev nlohmann-json3-dev libcli11-dev qt6-base-dev)
+  libicu-dev libplist-dev libsystemd-dev libssl-dev libncurses-dev nlohmann-json3-dev libcli11-dev
+  qt6-base-dev)
 check_packages=(clang clang-format clang-tidy libclang-rt-14-dev llvm ccache
   libgtest-dev libgmock-dev libbenchmark-dev dbus-daemon mount)
 

@@ -154,6 +154,34 @@ Result<bool> writeFile(const std::string& path, std::string_view content, unsign
     return true;
 }
 
+FileSize fileSize(const std::string& path)
+{
+    struct stat facts = {};
+    errno = EINVAL; // what a NUL in the path amounts to
+    if (!status(path, facts))
+        return {0, errno};
+    return {static_cast<std::uint64_t>(std::max<off_t>(facts.st_size, 0)), 0};
+}
+
+OpenedFile openRefusingLink(const std::string& path)
+{
+    UniqueFd fd(openRetrying(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    const int error = fd ? 0 : errno;
+    return {std::move(fd), error};
+}
+
+std::optional<int> readExactly(int fd, char* into, std::size_t size)
+{
+    while (size > 0) {
+        const auto count = readSome(fd, into, size);
+        if (count <= 0)
+            return count < 0 ? errno : 0;
+        into += count;
+        size -= static_cast<std::size_t>(count);
+    }
+    return std::nullopt;
+}
+
 bool fileExists(const std::string& path)
 {
     struct stat facts = {};

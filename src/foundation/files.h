@@ -3,6 +3,8 @@
 #include "foundation/result.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -43,6 +45,22 @@ Result<std::string> readDescriptor(int fd, std::size_t limit, std::string_view n
 
 // Replaces the content of a file, creating it with `mode` where it is missing.
 Result<bool> writeFile(const std::string& path, std::string_view content, unsigned mode = 0644);
+
+// The pieces of a reading that must tell one failure from the other. Error numbers are errno's.
+struct FileSize {
+    std::uint64_t bytes = 0;
+    int error = 0; // not 0: there is no size
+};
+// Of what a symbolic link points to.
+[[nodiscard]] FileSize fileSize(const std::string& path);
+struct OpenedFile {
+    UniqueFd fd;
+    int error = 0; // not 0: not opened
+};
+// For reading; a symbolic link as the last component is refused with ELOOP.
+[[nodiscard]] OpenedFile openRefusingLink(const std::string& path);
+// Empty once all `size` bytes have arrived, else the error; 0 stands for an early end.
+[[nodiscard]] std::optional<int> readExactly(int fd, char* into, std::size_t size);
 
 [[nodiscard]] bool fileExists(const std::string& path);
 [[nodiscard]] bool isDirectory(const std::string& path);

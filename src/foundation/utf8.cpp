@@ -1,6 +1,9 @@
 #include "foundation/utf8.h"
 
 #include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
 
 namespace vossel {
 
@@ -50,6 +53,46 @@ Sequence nextSequence(std::string_view bytes)
     return {length, true};
 }
 
+constexpr std::size_t blockSize = 16;
+
+bool isAsciiByte(char byte)
+{
+    return static_cast<unsigned char>(byte) < 0x80;
+}
+
+// The top bits of the bytes of a block.
+std::array<std::uint64_t, 2> topBits(const char* block)
+{
+    std::array<std::uint64_t, 2> words;
+    static_assert(sizeof words == blockSize);
+    std::memcpy(words.data(), block, blockSize);
+    constexpr std::uint64_t mask = 0x8080808080808080;
+    return {words[0] & mask, words[1] & mask};
+}
+
+// How many ASCII bytes `bytes` begin with.
+std::size_t leadingAscii(std::string_view bytes)
+{
+    static_assert(std::endian::native == std::endian::little);
+    const auto place
+        = [](std::uint64_t bits) { return static_cast<std::size_t>(std::countr_zero(bits)) / 8; };
+    std::size_t length = 0;
+    for (; bytes.size() - length >= blockSize; length += blockSize) {
+        const auto [low, high] = topBits(bytes.data() + length);
+        if ((low | high) != 0)
+            return length + (low != 0 ? place(low) : blockSize / 2 + place(high));
+    }
+    // What is left is seen with what stands before it, or else byte by byte.
+    if (length != 0) {
+        const auto [low, high] = topBits(bytes.data() + bytes.size() - blockSize);
+        if ((low | high) == 0)
+            return bytes.size();
+    }
+    while (length < bytes.size() && isAsciiByte(bytes[length]))
+        ++length;
+    return length;
+}
+
 // The bytes 0x80 to 0xFF, in their order; 0xDB is the euro sign, as it is since 1998.
 constexpr std::array<char16_t, 128> macRoman = {
     0x00C4, 0x00C5, 0x00C7, 0x00C9, 0x00D1, 0x00D6, 0x00DC, 0x00E1, // 80
@@ -83,13 +126,21 @@ void appendUtf8(std::string& text, char16_t character)
 
 }
 
+bool isAscii(std::string_view bytes)
+{
+    return leadingAscii(bytes) == bytes.size();
+}
+
 bool isValidUtf8(std::string_view bytes)
 {
     while (!bytes.empty()) {
-        const auto next = nextSequence(bytes);
-        if (!next.valid)
-            return false;
-        bytes.remove_prefix(next.length);
+        bytes.remove_prefix(leadingAscii(bytes));
+        while (!bytes.empty() && !isAsciiByte(bytes.front())) {
+            const auto next = nextSequence(bytes);
+            if (!next.valid)
+                return false;
+            bytes.remove_prefix(next.length);
+        }
     }
     return true;
 }

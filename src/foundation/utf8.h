@@ -7,6 +7,8 @@
 
 namespace vossel {
 
+[[nodiscard]] bool isAscii(std::string_view bytes);
+
 // Strict: no surrogates, no overlong forms, nothing above U+10FFFF.
 [[nodiscard]] bool isValidUtf8(std::string_view bytes);
 

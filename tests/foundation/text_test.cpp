@@ -84,6 +84,22 @@ TEST(Utf8, TellsAndRepairsInvalidText)
     }
 }
 
+TEST(Utf8, FindsTheOneBadByteWhereverItStands)
+{
+    const std::string ascii = "some forty bytes, so that they come by blocks";
+    EXPECT_TRUE(isValidUtf8(ascii) && isAscii(ascii));
+    for (std::size_t at = 0; at < ascii.size(); ++at) {
+        SCOPED_TRACE(at);
+        for (const auto* bytes : {"\x80", "\xC3", "\xFF"}) {
+            const auto bad = std::string(ascii).replace(at, 1, bytes);
+            EXPECT_FALSE(isValidUtf8(bad) || isAscii(bad));
+            EXPECT_FALSE(isValidUtf8("\u00E9" + bad));
+        }
+        const auto other = std::string(ascii).replace(at, 1, "\U0001F600");
+        EXPECT_TRUE(isValidUtf8(other) && !isAscii(other));
+    }
+}
+
 TEST(Utf8, ReadsMacRoman)
 {
     EXPECT_EQ(fromMacRoman("a\n\x7F\0"s), "a\n\x7F\0"s);

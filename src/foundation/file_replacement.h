@@ -1,0 +1,50 @@
+#pragma once
+
+#include "foundation/files.h"
+
+#include <string>
+#include <string_view>
+
+namespace vossel {
+
+// Writes a file anew so that a power cut leaves the old content or the new, never half: the new one
+// is written beside it, forced to the disk and given its name. Owner and group stay. What is no
+// regular file, or lies in a folder that may not be written, is written in place. Operations return
+// 0 or an error number. One thread.
+class FileReplacement {
+public:
+    FileReplacement(std::string path, unsigned mode)
+        : path_(std::move(path))
+        , mode_(mode)
+    {
+    }
+    FileReplacement(const FileReplacement&) = delete;
+    FileReplacement& operator=(const FileReplacement&) = delete;
+    // What was not committed leaves the old file as it was.
+    ~FileReplacement();
+
+    // Creates the file where it is missing; its content stays. A symbolic link is refused (ELOOP),
+    // as is a pipe that nobody reads (ENXIO).
+    [[nodiscard]] int open();
+    // After open. Once one failed, commit leaves the old file.
+    [[nodiscard]] int append(std::string_view bytes);
+    // Puts the new content in place, with the mode.
+    [[nodiscard]] int commit();
+
+private:
+    [[nodiscard]] int openBeside();
+    [[nodiscard]] int takePlace();
+    [[nodiscard]] int copyInPlace();
+    void discard();
+
+    std::string path_;
+    unsigned mode_;
+    UniqueFd file_; // the one that is replaced
+    UniqueFd folder_;
+    UniqueFd beside_; // none: written in place
+    std::string besideName_;
+    bool regular_ = false;
+    int failure_ = 0; // the first one of what is written beside
+};
+
+}
