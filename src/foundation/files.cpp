@@ -163,7 +163,7 @@ FileSize fileSize(const std::string& path)
     return {static_cast<std::uint64_t>(std::max<off_t>(facts.st_size, 0)), 0};
 }
 
-OpenedFile openRefusingLink(const std::string& path)
+FileToRead openRefusingLink(const std::string& path)
 {
     UniqueFd fd(openRetrying(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
     const int error = fd ? 0 : errno;

@@ -53,12 +53,12 @@ struct FileSize {
 };
 // Of what a symbolic link points to.
 [[nodiscard]] FileSize fileSize(const std::string& path);
-struct OpenedFile {
+struct FileToRead {
     UniqueFd fd;
     int error = 0; // not 0: not opened
 };
 // For reading; a symbolic link as the last component is refused with ELOOP.
-[[nodiscard]] OpenedFile openRefusingLink(const std::string& path);
+[[nodiscard]] FileToRead openRefusingLink(const std::string& path);
 // Empty once all `size` bytes have arrived, else the error; 0 stands for an early end.
 [[nodiscard]] std::optional<int> readExactly(int fd, char* into, std::size_t size);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace vossel {
 
@@ -15,10 +16,11 @@ inline void prefetch(const void* address)
 inline void prefetch(const void* address, std::size_t size)
 {
     constexpr std::size_t cacheLine = 64;
-    const auto* bytes = static_cast<const char*>(address);
+    // As numbers: what is asked for may reach beyond what the address belongs to.
+    const auto first = reinterpret_cast<std::uintptr_t>(address);
     for (std::size_t at = 0; at < size; at += cacheLine)
-        prefetch(bytes + at);
-    prefetch(bytes + size - 1);
+        prefetch(reinterpret_cast<const void*>(first + at)); // NOLINT(performance-no-int-to-ptr)
+    prefetch(reinterpret_cast<const void*>(first + size - 1)); // NOLINT(performance-no-int-to-ptr)
 }
 
 }

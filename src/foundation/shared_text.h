@@ -46,10 +46,10 @@ public:
             release();
     }
 
-    // Valid while an owner lives.
+    // Valid while an owner lives. Never null.
     [[nodiscard]] std::string_view view() const
     {
-        return block_ ? std::string_view(characters(block_), block_->length) : std::string_view();
+        return block_ ? std::string_view(characters(block_), block_->length) : "";
     }
     // The same for all owners of one text, different for different texts alive at a time.
     [[nodiscard]] const void* identity() const { return block_; }

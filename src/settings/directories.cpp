@@ -60,6 +60,36 @@ std::string Directories::autodetectAssets() const
     return at("/Users/Shared/Vossel Extras/Autodetect/");
 }
 
+std::string Directories::systemRules() const
+{
+    return support() + "vossel.rc";
+}
+
+std::string Directories::paranoidSystemRules() const
+{
+    return support() + "paranoid.rc";
+}
+
+std::string Directories::userSystemRules() const
+{
+    return support() + "user.rc";
+}
+
+std::string Directories::webcamSystemRules() const
+{
+    return support() + "webcam.rc";
+}
+
+std::string Directories::startupSystemRules() const
+{
+    return support() + "startup.rc";
+}
+
+std::string Directories::execSystemRules() const
+{
+    return support() + "exec.rc";
+}
+
 std::string Directories::warningImage() const
 {
     return support() + "warning.png";

@@ -29,6 +29,12 @@ public:
 
     // What an installation puts in place.
     [[nodiscard]] std::string support() const { return at("/Library/Application Support/Vossel/"); }
+    [[nodiscard]] std::string systemRules() const; // the main ones
+    [[nodiscard]] std::string paranoidSystemRules() const; // in their place
+    [[nodiscard]] std::string userSystemRules() const;
+    [[nodiscard]] std::string webcamSystemRules() const;
+    [[nodiscard]] std::string startupSystemRules() const;
+    [[nodiscard]] std::string execSystemRules() const;
     [[nodiscard]] std::string warningImage() const;
     [[nodiscard]] std::string lockImage() const;
     [[nodiscard]] std::string configurationApplication() const;

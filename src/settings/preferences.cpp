@@ -16,6 +16,12 @@ std::int64_t Preferences::integer(std::string_view key) const
     return value ? value->integerValue() : 0;
 }
 
+bool Preferences::boolean(std::string_view key) const
+{
+    const auto* value = values_.find(key);
+    return value && value->boolValue();
+}
+
 std::int64_t valueForPreference(const Directories& directories, std::string_view key)
 {
     const auto preferences = Preferences::load(directories);

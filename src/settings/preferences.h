@@ -25,6 +25,8 @@ public:
 
     // 0 when the key is missing.
     [[nodiscard]] std::int64_t integer(std::string_view key) const;
+    // False when the key is missing; else PropertyList::boolValue.
+    [[nodiscard]] bool boolean(std::string_view key) const;
 
 private:
     explicit Preferences(PropertyList values)

@@ -1,0 +1,45 @@
+#include "rules/application_table.h"
+
+#include "foundation/text_hash.h"
+
+namespace vossel {
+
+namespace {
+
+// Names are seldom longer, and the rest of a longer one is not far.
+constexpr std::size_t mostOfName = 96;
+
+}
+
+std::uint64_t ApplicationTable::hashOf(std::string_view processName, std::string_view constraint)
+{
+    const auto hash = textHash(processName);
+    return constraint.empty() ? hash : mixedHash(hash, textHash(constraint));
+}
+
+Application& ApplicationTable::find(const Wanted& wanted)
+{
+    const auto fits = [this, &wanted](auto place) { return isMeant(applications_[place], wanted); };
+    if (wanted.likely != MarkedSlots::none && fits(wanted.likely))
+        return applications_[wanted.likely];
+    const auto place = slots_.find(wanted.hash, fits);
+    if (place != MarkedSlots::none)
+        return applications_[place];
+    slots_.insert(wanted.hash, static_cast<std::uint32_t>(applications_.size()));
+    return applications_.append({wanted.processName, wanted.constraint});
+}
+
+void ApplicationTable::expectApplication(Wanted& wanted) const
+{
+    wanted.likely = slots_.likely(wanted.hash);
+    if (wanted.likely != MarkedSlots::none)
+        prefetch(&applications_[wanted.likely]);
+}
+
+void ApplicationTable::expectName(const Wanted& wanted) const
+{
+    if (wanted.likely != MarkedSlots::none)
+        prefetch(applications_[wanted.likely].processName.view().data(), mostOfName);
+}
+
+}
