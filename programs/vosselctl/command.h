@@ -11,7 +11,8 @@
 
 namespace vossel {
 
-// What a subcommand does once the command line has been read: true when it was carried out.
+// What a subcommand does once the command line has been read. False when it was carried out and the
+// answer is "no", or there is something to complain of: exit status 1.
 using Command = std::function<Result<bool>()>;
 
 // What every subcommand may look at. Options are bound to it before the command line is read; it

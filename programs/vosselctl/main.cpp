@@ -1,4 +1,4 @@
-#include "programs/vosselctl/command.h"
+#include "programs/vosselctl/rules_commands.h"
 
 #include <cstdio>
 #include <exception>
@@ -6,18 +6,20 @@
 
 namespace {
 
+constexpr int exitNo = 1;
 constexpr int exitFailed = 2;
 
 int refuse(const std::string& sentence)
 {
-    std::fprintf(stderr, "vosselctl: %s\n", sentence.c_str());
+    std::fprintf(stderr, "vosselctl: %s\n", vossel::harmless(sentence).bytes.c_str());
     return exitFailed;
 }
 
 int run(int argc, char** argv)
 {
     vossel::CommandLine line;
-    CLI::App app("Looks inside the records that the agent and the driver exchange.", "vosselctl");
+    CLI::App app("Looks inside rules files and the records that the agent and the driver exchange.",
+        "vosselctl");
     app.set_version_flag("--version", VOSSEL_VERSION);
     app.add_option("--prefix", line.prefix, "Folder below which the product's files lie")
         ->envname("VOSSEL_PREFIX");
@@ -28,6 +30,12 @@ int run(int argc, char** argv)
     addQueryMake(*query, line);
     auto* response = app.add_subcommand("response", "What is answered")->require_subcommand(1);
     addResponseShow(*response, line);
+    auto* rules = app.add_subcommand("rules", "Rules files")->require_subcommand(1);
+    addRulesList(*rules, line);
+    addRulesCheck(*rules, line);
+    addRulesRedundant(*rules, line);
+    addRulesFormat(*rules, line);
+    addRulesWords(*rules, line);
 
     try {
         app.parse(argc, argv);
@@ -39,7 +47,9 @@ int run(int argc, char** argv)
     if (!line.prefix.empty())
         line.prefix = std::filesystem::absolute(line.prefix).lexically_normal();
     const auto done = line.chosen();
-    return done ? 0 : refuse(done.reason());
+    if (!done)
+        return refuse(done.reason());
+    return *done ? 0 : exitNo;
 }
 
 }
