@@ -73,7 +73,7 @@ int FileReplacement::open()
     const int error = openBeside();
     if (error == 0)
         return 0;
-    // Without room for a second file the first append fails, and the old content is not touched.
+    // Without room for a second file nothing can be appended, and the old content is not touched.
     if (!isRefusal(error)) {
         failure_ = error;
         return 0;
@@ -119,21 +119,19 @@ int FileReplacement::append(std::string_view bytes)
 
 int FileReplacement::commit()
 {
-    if (failure_ != 0) {
-        discard();
-        return 0;
+    bool replaced = false;
+    if (beside_ && failure_ == 0) {
+        failure_ = takePlace();
+        replaced = failure_ == 0;
+        if (isRefusal(failure_))
+            failure_ = copyInPlace();
     }
-    if (beside_) {
-        int error = takePlace();
-        if (isRefusal(error))
-            error = copyInPlace();
-        discard();
-        if (error != 0)
-            return error;
-    }
-    // A device keeps its own mode.
-    if (regular_)
+    discard();
+    // A device keeps its own mode, and the file that was replaced may have other names.
+    if (regular_ && !replaced)
         (void)::fchmod(file_.get(), mode_);
+    if (failure_ != 0)
+        return failure_;
     // Some file systems (network, quota) report a failed write only here.
     return ::close(file_.release()) == 0 || errno == EINTR ? 0 : errno;
 }

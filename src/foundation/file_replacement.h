@@ -9,8 +9,9 @@ namespace vossel {
 
 // Writes a file anew so that a power cut leaves the old content or the new, never half: the new one
 // is written beside it, forced to the disk and given its name. Owner and group stay. What is no
-// regular file, or lies in a folder that may not be written, is written in place. Operations return
-// 0 or an error number. One thread.
+// regular file, or lies in a folder that may not be written, is written in place: there a failure
+// leaves what was written until then. Other names of the file (hard links) keep the old content.
+// Operations return 0 or an error number. One thread.
 class FileReplacement {
 public:
     FileReplacement(std::string path, unsigned mode)
@@ -26,9 +27,10 @@ public:
     // Creates the file where it is missing; its content stays. A symbolic link is refused (ELOOP),
     // as is a pipe that nobody reads (ENXIO).
     [[nodiscard]] int open();
-    // After open. Once one failed, commit leaves the old file.
+    // After open. Once one failed, commit leaves the old file, where it is not written in place.
     [[nodiscard]] int append(std::string_view bytes);
-    // Puts the new content in place, with the mode.
+    // Puts the new content in place, with the mode; the old content gets the mode, too. Fails where
+    // something has failed before.
     [[nodiscard]] int commit();
 
 private:

@@ -166,8 +166,10 @@ FileSize fileSize(const std::string& path)
 FileToRead openRefusingLink(const std::string& path)
 {
     UniqueFd fd(openRetrying(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
-    const int error = fd ? 0 : errno;
-    return {std::move(fd), error};
+    struct stat facts = {};
+    if (!fd || ::fstat(fd.get(), &facts) != 0)
+        return {UniqueFd(), 0, errno};
+    return {std::move(fd), static_cast<std::uint64_t>(std::max<off_t>(facts.st_size, 0)), 0};
 }
 
 std::optional<int> readExactly(int fd, char* into, std::size_t size)

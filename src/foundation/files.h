@@ -55,6 +55,7 @@ struct FileSize {
 [[nodiscard]] FileSize fileSize(const std::string& path);
 struct FileToRead {
     UniqueFd fd;
+    std::uint64_t bytes = 0; // its size when it was opened
     int error = 0; // not 0: not opened
 };
 // For reading; a symbolic link as the last component is refused with ELOOP.

@@ -238,6 +238,8 @@ void LineCheck::checkOperations()
         message += " (capitals count)";
     else if (looksLikeOperations(line_.fields.at[3]))
         message += " (is the process missing before " + inQuotes(line_.fields.at[3]) + "?)";
+    else if (looksLikeOperations(line_.fields.at[5]))
+        message += ", the field behind it has (does a path with a blank lack its quotes?)";
     message += ": the rule is for no operation";
     if (!kind_.system)
         message += ", and once written back it reads shifted by one field, the tag as operations";

@@ -186,6 +186,7 @@ const DerivedLists::Lists& DerivedLists::lists() const
         return lists_;
     auto rules = groups_.rules();
     lists_ = {};
+    lists_.groups = groups_.sorted();
     if (filter_)
         listPassing(rules);
     else
@@ -198,7 +199,7 @@ const DerivedLists::Lists& DerivedLists::lists() const
 
 void DerivedLists::listAll(std::vector<const PolicyRule*> rules) const
 {
-    auto& [policyRules, all, userOnly] = lists_;
+    auto& [groups, policyRules, all, userOnly] = lists_;
     policyRules = std::move(rules);
     all.reserve(watchRules_.size() + policyRules.size());
     for (const auto& rule : watchRules_) {

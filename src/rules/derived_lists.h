@@ -58,6 +58,8 @@ public:
     // The first one decides; equal rules keep their order. policyRules stays as it is.
     void setOrder(std::vector<SortDescriptor> order);
 
+    // All of them, sorted; filtered are only their rules.
+    [[nodiscard]] const std::vector<RuleGroup*>& groups() const { return lists().groups; }
     [[nodiscard]] const std::vector<const PolicyRule*>& policyRules() const;
     [[nodiscard]] const std::vector<const Rule*>& compositeIndex() const;
     // Without the rules of system files.
@@ -70,6 +72,7 @@ private:
         std::size_t userOnly = 0;
     };
     struct Lists {
+        std::vector<RuleGroup*> groups;
         std::vector<const PolicyRule*> policyRules;
         std::vector<const Rule*> compositeIndex;
         std::vector<const Rule*> compositeIndexUserOnly;

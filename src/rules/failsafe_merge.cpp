@@ -1,6 +1,7 @@
 #include "rules/failsafe_merge.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 
 namespace vossel {
@@ -9,18 +10,24 @@ namespace {
 
 constexpr std::size_t nowhere = std::numeric_limits<std::size_t>::max();
 
-template <class Table, class Fits>
-std::size_t firstThatFits(
-    const Table& index, std::string_view key, const RuleGroup& group, const Fits& fits)
+// The same text for rules that differ in nothing but their path, where both are given the same one.
+std::string keyOf(const PolicyRule& rule, std::string_view path)
 {
-    const auto bucket = index.find(key);
-    if (bucket == index.end())
-        return nowhere;
-    // Those that do not fit have one path and differ in their few numbers: they do not pile up.
-    for (const auto place : bucket->second)
-        if (fits(*group.rules[place]))
-            return place;
-    return nowhere;
+    std::string key;
+    for (const auto text : {path, rule.processName(), rule.constraint()})
+        key.append(std::to_string(text.size())).append(" ").append(text);
+    for (const std::int64_t number :
+        {std::int64_t{rule.policyClass()}, std::int64_t{rule.policyType()},
+            std::int64_t{rule.operations()}, std::int64_t{rule.flags()}})
+        key.append(" ").append(std::to_string(number));
+    return key;
+}
+
+template <class Index>
+std::size_t firstOf(const Index& index, std::string_view key)
+{
+    const auto places = index.find(key);
+    return places == index.end() || places->second.empty() ? nowhere : *places->second.begin();
 }
 
 }
@@ -34,18 +41,13 @@ FailsafeMerge::FailsafeMerge(RuleGroup& group)
 
 bool FailsafeMerge::absorbs(const PolicyRule& rule)
 {
-    const auto equal = firstThatFits(byPath_, rule.path(), group_,
-        [&rule](const PolicyRule& other) { return other.isEqualToPolicyRule(rule); });
+    const auto equal = firstOf(byRule_, keyOf(rule, rule.path()));
     if (rule.path().starts_with(':'))
         return equal != nowhere;
 
     const auto folder = parentDirectoryForm(rule.path());
-    const auto covering = firstThatFits(byPath_, folder, group_,
-        [&rule](const PolicyRule& other) { return other.isEqualToPolicyRuleWithPrefix(rule); });
-    const auto beside
-        = firstThatFits(byFolder_, folder, group_, [&rule, &folder](const PolicyRule& other) {
-              return other.path() != folder && other.path() != rule.path();
-          });
+    const auto covering = firstOf(byRule_, keyOf(rule, folder));
+    const auto beside = firstBeside(folder, rule.path());
     if (beside < std::min(equal, covering)) {
         remove(beside);
         group_.rules[beside]->setPath(folder);
@@ -53,6 +55,19 @@ bool FailsafeMerge::absorbs(const PolicyRule& rule)
         return true;
     }
     return std::min(equal, covering) != nowhere;
+}
+
+// In that folder, neither with its path nor with the other one.
+std::size_t FailsafeMerge::firstBeside(const std::string& folder, std::string_view path) const
+{
+    const auto paths = firstOfPaths_.find(folder);
+    if (paths == firstOfPaths_.end())
+        return nowhere;
+    // No path comes twice, so that this looks at three of them at most.
+    for (const auto place : paths->second)
+        if (const auto other = group_.rules[place]->path(); other != folder && other != path)
+            return place;
+    return nowhere;
 }
 
 void FailsafeMerge::append(std::unique_ptr<PolicyRule> rule)
@@ -63,16 +78,26 @@ void FailsafeMerge::append(std::unique_ptr<PolicyRule> rule)
 
 void FailsafeMerge::enter(std::size_t place)
 {
-    const auto path = group_.rules[place]->path();
-    byPath_[std::string(path)].insert(place);
-    byFolder_[parentDirectoryForm(path)].insert(place);
+    const auto& rule = *group_.rules[place];
+    byRule_[keyOf(rule, rule.path())].insert(place);
+    auto& samePath = byPath_[std::string(rule.path())];
+    auto& inFolder = firstOfPaths_[parentDirectoryForm(rule.path())];
+    if (!samePath.empty())
+        inFolder.erase(*samePath.begin());
+    samePath.insert(place);
+    inFolder.insert(*samePath.begin());
 }
 
 void FailsafeMerge::remove(std::size_t place)
 {
-    const auto path = group_.rules[place]->path();
-    byPath_[std::string(path)].erase(place);
-    byFolder_[parentDirectoryForm(path)].erase(place);
+    const auto& rule = *group_.rules[place];
+    byRule_[keyOf(rule, rule.path())].erase(place);
+    auto& samePath = byPath_[std::string(rule.path())];
+    auto& inFolder = firstOfPaths_[parentDirectoryForm(rule.path())];
+    inFolder.erase(*samePath.begin());
+    samePath.erase(place);
+    if (!samePath.empty())
+        inFolder.insert(*samePath.begin());
 }
 
 }

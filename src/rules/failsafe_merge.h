@@ -8,6 +8,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 namespace vossel {
@@ -20,9 +21,9 @@ namespace vossel {
 //  - E lies in the same folder, and neither is the folder or the other's path: E takes the folder
 //    as its path (class, type and operations stay), and the new rule is dropped.
 //
-// A path that begins with ":" is not merged, only compared. Found by path and by folder instead of
-// walking, so that a long log takes no longer than its length. One thread; the group outlives it
-// and is not changed by others meanwhile.
+// A path that begins with ":" is not merged, only compared. Found by look-up instead of walking, so
+// that a long log takes no longer than its length. One thread; the group outlives it and is not
+// changed by others meanwhile.
 class FailsafeMerge {
 public:
     explicit FailsafeMerge(RuleGroup& group);
@@ -40,9 +41,12 @@ private:
     void enter(std::size_t place);
     void remove(std::size_t place);
 
+    [[nodiscard]] std::size_t firstBeside(const std::string& folder, std::string_view path) const;
+
     RuleGroup& group_;
+    Index byRule_; // by all that makes rules equal
     Index byPath_;
-    Index byFolder_;
+    Index firstOfPaths_; // by folder: of the rules with the same path the first
 };
 
 }

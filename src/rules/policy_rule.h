@@ -54,7 +54,8 @@ private:
     std::int64_t initialized_;
 };
 
-// The folder of a path, with a "/" at its end: "/a/b" and "/a/b/" give "/a/", "b" gives "/".
+// The folder of a path, with a "/" behind it: "/a/b" and "/a/b/" give "/a/", "b" gives "/", "/a"
+// gives "//".
 [[nodiscard]] std::string parentDirectoryForm(std::string_view path);
 
 }

@@ -48,6 +48,7 @@ RuleManager::RuleManager(RuleFiles files)
 
 void RuleManager::reloadCurrentUserConfiguration()
 {
+    lists_.invalidate(); // they hold what goes now
     policyRulesByApplication_.clear();
     watchRules_.clear();
     filterOptions_.clear();
@@ -265,7 +266,7 @@ const Rule& RuleManager::ruleAtIndex(std::size_t index, bool includeSystemRules)
 std::vector<std::string> RuleManager::sortedKeys() const
 {
     std::vector<std::string> keys;
-    for (const auto* group : policyRulesByApplication_.sorted())
+    for (const auto* group : lists_.groups())
         keys.push_back(group->identity);
     return keys;
 }

@@ -42,7 +42,8 @@ struct Finding {
     std::optional<std::size_t> by = std::nullopt; // the line of the rule that is meant instead
 };
 
-// By line and column. Takes time in proportion to the content.
+// By line and column. Takes time in proportion to the content, but for paths that lie very deep in
+// one another.
 [[nodiscard]] std::vector<Finding> checkRules(std::string_view content, const RulesKind& kind);
 
 struct CheckedFile {

@@ -73,16 +73,22 @@ RulesFileReading readRulesFile(
         logText("failed to allocate buffer for %@", path);
         return failed("Internal error: unable to allocate memory");
     };
-    Buffer buffer;
-    if (size.bytes > mostBytes || !buffer.grow(std::min<std::size_t>(size.bytes, pieceSize), 0))
+    if (size.bytes > mostBytes)
         return noMemory();
     const auto file = openRefusingLink(path);
     if (!file.fd)
         return failed(
             fileMessage("Failed to open file '%@' for reading: %@ (%@)", path, file.error));
+    // Another file may have taken the name meanwhile: the size is that of the one that is open.
+    auto left = file.bytes;
+    if (left == 0)
+        return asEmpty(path, ReadOutcome::Empty);
+    Buffer buffer;
+    if (!buffer.grow(std::min<std::size_t>(left, pieceSize), 0))
+        return noMemory();
 
     std::size_t used = 0; // of the buffer: the beginning of a line
-    for (auto left = size.bytes; left > 0;) {
+    while (left > 0) {
         if (used == buffer.size() && !buffer.grow(std::min(2 * used, used + left), used))
             return noMemory();
         const auto part = std::min<std::size_t>(left, buffer.size() - used);

@@ -1,5 +1,6 @@
 #include "rules/rules_file_writer.h"
 
+#include "foundation/utf8.h"
 #include "rules/file_message.h"
 
 #include <algorithm>
@@ -46,6 +47,20 @@ public:
 private:
     char* at_;
 };
+
+// Without what a reader refuses: bytes that are not UTF-8, and NULs, become U+FFFD.
+std::string readable(std::string_view lines)
+{
+    std::string text;
+    for (std::size_t at = 0; at <= lines.size();) {
+        const auto end = std::min(lines.find('\0', at), lines.size());
+        text += toValidUtf8(lines.substr(at, end - at));
+        if (end < lines.size())
+            text += "\uFFFD";
+        at = end + 1;
+    }
+    return text;
+}
 
 // Type to tag, which both kinds have.
 void putCommon(LineEnd& line, const Rule& rule)
@@ -112,6 +127,9 @@ void RulesFileWriter::close()
 
 void RulesFileWriter::flush()
 {
+    // One wrong byte would cost the whole file when it is read.
+    if (!isValidUtf8(pending_) || pending_.find('\0') != std::string::npos)
+        pending_ = readable(pending_);
     if (!pending_.empty())
         failedWrite(file_.append(pending_));
     pending_.clear();

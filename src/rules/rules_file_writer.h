@@ -15,8 +15,8 @@ namespace vossel {
 void appendRuleLine(std::string& text, const WatchRule& rule);
 void appendRuleLine(std::string& text, const PolicyRule& rule);
 
-// Writes a rules file anew, mode 0640; FileReplacement says what becomes of the old one. When a
-// write fails the old file stays, and the error says so.
+// Writes a rules file anew, mode 0640; FileReplacement says what becomes of the old one. Bytes that
+// are not UTF-8, and NULs, become U+FFFD: a reader would take nothing of such a file.
 class RulesFileWriter {
 public:
     explicit RulesFileWriter(const std::string& path)

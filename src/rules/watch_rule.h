@@ -25,6 +25,6 @@ public:
     [[nodiscard]] std::string getProcessShortName() const override { return {}; }
 };
 
-using WatchRules = std::vector<std::unique_ptr<WatchRule>>;
+using WatchRules = std::vector<std::unique_ptr<const WatchRule>>;
 
 }

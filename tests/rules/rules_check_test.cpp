@@ -129,6 +129,7 @@ TEST(RulesCheck, SaysWhatWasProbablyMeant)
         {"watch", "the path, the process (any for every one) and the operation letters"},
         {"deny path /a rw tag", "is the process missing before \"rw\"?"},
         {"deny path /a any RW", "capitals count"},
+        {"deny path /my docs/ any rw", "lack its quotes?"},
         {"deny\t\tpath /a any r", "part \"deny\" from \"path\""},
         {"deny path \"/a b any", "\"/a b\" is lost, and \"any\" is"},
         {"set a 2", "the line is ignored"},

@@ -179,6 +179,7 @@ TEST_F(RulesFile, WritesItsLinesExactly)
     WatchRule watch;
     watch.setPolicyType(9);
     watch.setTag("a \"b\" \"");
+    watch.setPath(std::string("/\xFF\0", 3)); // would cost the whole file
     PolicyRule policy;
     policy.setPolicyClass(2);
     policy.setPolicyType(-1);
@@ -197,7 +198,7 @@ TEST_F(RulesFile, WritesItsLinesExactly)
 
     EXPECT_TRUE(store->writeToFile(path_, {&policy, nullptr, &watch, &policy}));
     const std::string line = "watch err \"\" \"\" rx \"\" \"a \"b\" \"-1\"\n";
-    EXPECT_EQ(contentOf(path_), line + "watch err \"\" \"\"  \"a b \"\n" + line);
+    EXPECT_EQ(contentOf(path_), line + "watch err \"/\uFFFD\uFFFD\" \"\"  \"a b \"\n" + line);
     EXPECT_TRUE(store->writeToFile(path_, {}));
     EXPECT_EQ(contentOf(path_), "");
     EXPECT_EQ(filesBeside(), 1);
@@ -266,6 +267,17 @@ TEST_F(RulesFile, AFailedWriteLeavesTheOldFile)
         formatText("Failed write() operation on file '%@' %@ (%@)",
             {root_ / "new", errorText(EFBIG), std::to_string(EFBIG)}));
     EXPECT_EQ(contentOf(path_) + contentOf(root_ / "new"), "old");
+
+    // Nothing is to be written, and there is no descriptor left for a second file.
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const UniqueFd next(::dup(0));
+    const rlimit few = {static_cast<rlim_t>(next.get()) + 2, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    RuleManager empty;
+    EXPECT_TRUE(empty.writeToFile(path_));
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_NE(empty.lastErrorMessage().value_or("").find(errorText(EMFILE)), std::string::npos);
+    EXPECT_EQ(contentOf(path_), "old");
     EXPECT_EQ(filesBeside(), 2);
 }
 
