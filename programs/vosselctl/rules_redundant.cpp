@@ -1,5 +1,5 @@
 #include "programs/vosselctl/rules_commands.h"
-#include "rules/redundant_rules.h"
+#include "rules/redundancy.h"
 
 #include <memory>
 
@@ -19,7 +19,7 @@ Result<bool> showRedundant(const Options& options, const std::string& prefix)
     if (!store)
         return Failure{store.reason()};
     const auto& rules = (*store)->policyRules();
-    const auto covering = coveringRulesByApplication(rules);
+    const auto covering = coveringRules(rules);
     Output output;
     for (std::size_t i = 0; i < rules.size(); ++i) {
         if (!covering[i])

@@ -1,7 +1,5 @@
 #include "rules/application_table.h"
 
-#include "foundation/text_hash.h"
-
 namespace vossel {
 
 namespace {
@@ -9,12 +7,6 @@ namespace {
 // Names are seldom longer, and the rest of a longer one is not far.
 constexpr std::size_t mostOfName = 96;
 
-}
-
-std::uint64_t ApplicationTable::hashOf(std::string_view processName, std::string_view constraint)
-{
-    const auto hash = textHash(processName);
-    return constraint.empty() ? hash : mixedHash(hash, textHash(constraint));
 }
 
 Application& ApplicationTable::find(const Wanted& wanted)

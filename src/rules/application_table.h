@@ -25,12 +25,9 @@ public:
     struct Wanted {
         std::string_view processName;
         std::string_view constraint;
-        std::uint64_t hash = 0;
+        std::uint64_t hash = 0; // applicationHash of both
         std::uint32_t likely = MarkedSlots::none; // its place, if it is known
     };
-    [[nodiscard]] static std::uint64_t hashOf(
-        std::string_view processName, std::string_view constraint);
-
     // Known from now on.
     [[nodiscard]] Application& find(const Wanted& wanted);
 

@@ -17,19 +17,20 @@ public:
         rules_.clear();
     }
 
-    // The rule that contains will most likely compare with; null for none.
+    // The rule that find will most likely compare with; null for none.
     [[nodiscard]] const RuleType* likely(std::uint64_t hash) const
     {
         const auto place = slots_.likely(hash);
         return place == MarkedSlots::none ? nullptr : rules_[place];
     }
 
-    // Whether one with this hash is there for which equal(rule) holds.
+    // Some rule with this hash for which equal(rule) holds; null for none.
     template <class Equal>
-    [[nodiscard]] bool contains(std::uint64_t hash, const Equal& equal) const
+    [[nodiscard]] const RuleType* find(std::uint64_t hash, const Equal& equal) const
     {
-        return slots_.find(hash, [this, &equal](auto place) { return equal(*rules_[place]); })
-            != MarkedSlots::none;
+        const auto place
+            = slots_.find(hash, [this, &equal](auto at) { return equal(*rules_[at]); });
+        return place == MarkedSlots::none ? nullptr : rules_[place];
     }
 
     void insert(std::uint64_t hash, const RuleType& rule)

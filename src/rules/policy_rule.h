@@ -21,7 +21,6 @@ public:
     // Which code identity the process must have; compared as text only.
     [[nodiscard]] std::string_view constraint() const { return constraint_.view(); }
     void setConstraint(SharedText constraint) { constraint_ = std::move(constraint); }
-    [[nodiscard]] const SharedText& constraintText() const { return constraint_; }
 
     // Seconds since 1970-01-01 UTC; 0 when unknown.
     [[nodiscard]] std::uint64_t created() const { return created_; }

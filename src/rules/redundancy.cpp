@@ -1,9 +1,14 @@
 #include "rules/redundancy.h"
 
+#include "foundation/text_hash.h"
+#include "rules/application_identity.h"
 #include "rules/rule_vocabulary.h"
 
 #include <algorithm>
-#include <numeric>
+#include <cstddef>
+#include <string>
+#include <unordered_map>
+#include <utility>
 
 namespace vossel {
 
@@ -12,6 +17,40 @@ namespace {
 bool coversEveryPath(const PolicyRule& rule)
 {
     return rule.path().empty() || rule.path() == "any";
+}
+
+using Places = std::vector<std::size_t>; // among the rules
+
+// Sets, for each of these places, coveredBy to the first of them that covers it, if one does.
+void findCovering(const std::vector<const PolicyRule*>& rules, Places places, Places& coveredBy)
+{
+    std::stable_sort(places.begin(), places.end(),
+        [&rules](std::size_t a, std::size_t b) { return rules[a]->path() < rules[b]->path(); });
+    const auto tryOn = [&rules, &coveredBy](std::size_t by, std::size_t on) {
+        if (by != on && by < coveredBy[on] && covers(*rules[by], *rules[on]))
+            coveredBy[on] = by;
+    };
+    Places everyPath;
+    for (const auto place : places)
+        if (coversEveryPath(*rules[place]))
+            everyPath.push_back(place);
+    // Sorted by path, whatever a prefix covers follows it at once.
+    Places open;
+    for (std::size_t first = 0; first < places.size();) {
+        const auto path = rules[places[first]]->path();
+        while (!open.empty() && !path.starts_with(rules[open.back()]->path()))
+            open.pop_back();
+        auto last = first;
+        for (; last < places.size() && rules[places[last]]->path() == path; ++last)
+            if (rules[places[last]]->policyType() == POLICY_TYPE_PREFIX)
+                open.push_back(places[last]);
+        for (; first < last; ++first) {
+            for (const auto by : open)
+                tryOn(by, places[first]);
+            for (const auto by : everyPath)
+                tryOn(by, places[first]);
+        }
+    }
 }
 
 }
@@ -34,38 +73,17 @@ bool covers(const PolicyRule& rule, const PolicyRule& other)
 
 std::vector<const PolicyRule*> coveringRules(const std::vector<const PolicyRule*>& rules)
 {
-    constexpr auto none = static_cast<std::size_t>(-1);
-    std::vector<std::size_t> byPath(rules.size());
-    std::iota(byPath.begin(), byPath.end(), std::size_t{0});
-    std::stable_sort(byPath.begin(), byPath.end(),
-        [&rules](std::size_t a, std::size_t b) { return rules[a]->path() < rules[b]->path(); });
-
-    std::vector<std::size_t> coveredBy(rules.size(), none);
-    const auto tryOn = [&rules, &coveredBy](std::size_t by, std::size_t on) {
-        if (by != on && by < coveredBy[on] && covers(*rules[by], *rules[on]))
-            coveredBy[on] = by;
-    };
-    std::vector<std::size_t> everyPath;
-    for (std::size_t i = 0; i < rules.size(); ++i)
-        if (coversEveryPath(*rules[i]))
-            everyPath.push_back(i);
-    // Sorted by path, whatever a prefix covers follows it at once.
-    std::vector<std::size_t> open;
-    for (std::size_t first = 0; first < byPath.size();) {
-        const auto path = rules[byPath[first]]->path();
-        while (!open.empty() && !path.starts_with(rules[open.back()]->path()))
-            open.pop_back();
-        auto last = first;
-        for (; last < byPath.size() && rules[byPath[last]]->path() == path; ++last)
-            if (rules[byPath[last]]->policyType() == POLICY_TYPE_PREFIX)
-                open.push_back(byPath[last]);
-        for (; first < last; ++first) {
-            for (const auto by : open)
-                tryOn(by, byPath[first]);
-            for (const auto by : everyPath)
-                tryOn(by, byPath[first]);
-        }
+    // A rule covers none of another constraint, and not every identity holds the constraint.
+    std::unordered_map<std::string, Places, TextHash> applications;
+    for (std::size_t i = 0; i < rules.size(); ++i) {
+        auto key = applicationGroupIdentityForRule(*rules[i]);
+        key.append(1, '\0').append(rules[i]->constraint());
+        applications[std::move(key)].push_back(i);
     }
+    const auto none = rules.size();
+    Places coveredBy(rules.size(), none);
+    for (auto& [key, places] : applications)
+        findCovering(rules, std::move(places), coveredBy);
     std::vector<const PolicyRule*> covering(rules.size());
     for (std::size_t i = 0; i < rules.size(); ++i)
         covering[i] = coveredBy[i] == none ? nullptr : rules[coveredBy[i]];

@@ -15,8 +15,8 @@ namespace vossel {
 // flags and tag of the other do not matter.
 [[nodiscard]] bool covers(const PolicyRule& rule, const PolicyRule& other);
 
-// For each rule of one application the first other one that covers it, null where none does. Takes
-// n log n steps where paths do not lie very deep in one another.
+// For each of these rules the first other one of its application that covers it; null where none
+// does. Takes n log n steps where paths do not lie very deep in one another.
 [[nodiscard]] std::vector<const PolicyRule*> coveringRules(
     const std::vector<const PolicyRule*>& rules);
 

@@ -45,21 +45,14 @@ RuleGroup* RuleGroups::find(std::string_view identity)
 const std::vector<RuleGroup*>& RuleGroups::sorted() const
 {
     if (sorted_.size() != groups_.size()) {
-        sorted_ = all();
+        sorted_.clear();
+        for (const auto& [identity, group] : groups_)
+            sorted_.push_back(group.get());
         std::sort(sorted_.begin(), sorted_.end(), [](const RuleGroup* a, const RuleGroup* b) {
             return std::tie(a->folded, a->identity) < std::tie(b->folded, b->identity);
         });
     }
     return sorted_;
-}
-
-std::vector<RuleGroup*> RuleGroups::all() const
-{
-    std::vector<RuleGroup*> groups;
-    groups.reserve(groups_.size());
-    for (const auto& [identity, group] : groups_)
-        groups.push_back(group.get());
-    return groups;
 }
 
 std::vector<const PolicyRule*> RuleGroups::rules() const

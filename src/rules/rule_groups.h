@@ -33,7 +33,6 @@ public:
     [[nodiscard]] RuleGroup* find(std::string_view identity);
     // By folded identity; equal ones by identity.
     [[nodiscard]] const std::vector<RuleGroup*>& sorted() const;
-    [[nodiscard]] std::vector<RuleGroup*> all() const;
     // All rules, group by group in that order.
     [[nodiscard]] std::vector<const PolicyRule*> rules() const;
     // False: none of them is a system rule, one need not look.

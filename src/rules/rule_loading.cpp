@@ -1,9 +1,9 @@
 #include "rules/rule_loading.h"
 
 #include "foundation/log.h"
-#include "foundation/text_hash.h"
 #include "rules/application_identity.h"
 #include "rules/failsafe_merge.h"
+#include "rules/rule_hash.h"
 #include "rules/rules_scanner.h"
 
 #include <array>
@@ -26,16 +26,6 @@ constexpr std::ptrdiff_t lookAhead = 8;
 std::string_view constraintOf(const RuleFields& fields, StatementKind kind)
 {
     return kind == StatementKind::Policy ? fields.at[6] : std::string_view();
-}
-
-// Equal rules have equal hashes.
-std::uint64_t hashOf(const Rule& rule, std::uint64_t applicationHash)
-{
-    const auto numbers = std::uint64_t{rule.flags()} << 40U
-        ^ std::uint64_t{rule.operations()} << 16U
-        ^ static_cast<std::uint64_t>(rule.policyType()) << 8U
-        ^ static_cast<std::uint64_t>(rule.getPolicyClass());
-    return mixedHash(mixedHash(textHash(rule.path()), numbers), applicationHash);
 }
 
 void logRule(const PolicyRule& rule, const RuleGroup& group)
@@ -86,7 +76,7 @@ bool RuleLoading::cut(std::string_view line, const RulesKind& kind, Cut& into)
     auto& application = into.application;
     application.processName = into.fields.at[3];
     application.constraint = constraintOf(into.fields, into.kind);
-    application.hash = ApplicationTable::hashOf(application.processName, application.constraint);
+    application.hash = applicationHash(application.processName, application.constraint);
     return into.kind != StatementKind::None;
 }
 
@@ -111,12 +101,12 @@ void RuleLoading::wait(const Cut& line, const RulesKind& kind)
     if (line.kind == StatementKind::Watch) {
         auto rule = watchRuleOf(line.fields, kind, application, tags_);
         rule->setSequence(sequence);
-        const auto hash = hashOf(*rule, line.application.hash);
+        const auto hash = ruleHash(*rule, line.application.hash);
         watches_.push_back({std::move(rule), hash, std::string(line.fields.at[4])});
     } else {
         auto rule = policyRuleOf(line.fields, kind, application, tags_);
         rule->setSequence(sequence);
-        const auto hash = hashOf(*rule, line.application.hash);
+        const auto hash = ruleHash(*rule, line.application.hash);
         policies_.append({std::move(rule), hash, &application});
         ++application.waiting;
     }
@@ -182,10 +172,10 @@ void RuleLoading::commitWatchRules()
     EqualRules<WatchRule> known;
     known.reset(watchRules_.size() + watches_.size());
     for (const auto& rule : watchRules_)
-        known.insert(hashOf(*rule, ApplicationTable::hashOf(rule->processName(), {})), *rule);
+        known.insert(ruleHash(*rule), *rule);
     for (auto& waiting : watches_) {
         auto& rule = waiting.rule;
-        if (known.contains(waiting.hash,
+        if (known.find(waiting.hash,
                 [&rule](const WatchRule& other) { return other.isEqualToWatchRule(*rule); }))
             continue;
         known.insert(waiting.hash, *rule);
@@ -241,15 +231,13 @@ void RuleLoading::addDistinct(RuleGroup& group, WaitingPlace first, WaitingPlace
     const auto most = group.rules.size() + static_cast<std::size_t>(last - first);
     known_.reset(most);
     for (const auto& rule : group.rules)
-        known_.insert(
-            hashOf(*rule, ApplicationTable::hashOf(rule->processName(), rule->constraint())),
-            *rule);
+        known_.insert(ruleHash(*rule), *rule);
     group.rules.reserve(most);
     for (; first != last; ++first) {
-        expectAfter(first, last);
+        expectComparison(first, last);
         const auto hash = (*first)->hash;
         auto& rule = (*first)->rule;
-        if (known_.contains(hash,
+        if (known_.find(hash,
                 [&rule](const PolicyRule& other) { return other.isEqualToPolicyRule(*rule); }))
             continue;
         known_.insert(hash, *rule);
@@ -259,7 +247,7 @@ void RuleLoading::addDistinct(RuleGroup& group, WaitingPlace first, WaitingPlace
 
 // Asks for what soon will be compared: in three steps, each of which reads what the one before
 // asked for.
-void RuleLoading::expectAfter(WaitingPlace place, WaitingPlace last) const
+void RuleLoading::expectComparison(WaitingPlace place, WaitingPlace last) const
 {
     if (last - place > 3 * lookAhead)
         prefetch(place[3 * lookAhead], sizeof(WaitingPolicy));

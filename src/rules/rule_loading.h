@@ -68,7 +68,7 @@ private:
     void commitPolicyRules(const Buckets& buckets, bool failsafe);
     using WaitingPlace = WaitingPolicy* const*;
     void addDistinct(RuleGroup& group, WaitingPlace first, WaitingPlace last);
-    void expectAfter(WaitingPlace place, WaitingPlace last) const;
+    void expectComparison(WaitingPlace place, WaitingPlace last) const;
     static void addMerging(RuleGroup& group, WaitingPlace first, WaitingPlace last);
 
     RuleGroups& groups_;

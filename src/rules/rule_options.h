@@ -1,5 +1,7 @@
 #pragma once
 
+#include "settings/preferences.h"
+
 #include <array>
 #include <string_view>
 
@@ -23,7 +25,7 @@ inline constexpr std::string_view paranoid = "policy.global.paranoid";
 inline constexpr std::array<RuleOption, 15> ruleOptions = {{
     {"access.user.restrict", RuleOption::Kind::Boolean},
     {"access.user.create", RuleOption::Kind::Boolean},
-    {"access.user.detail"},
+    {preference::userDetail},
     {"security.hashing.enforce"},
     {"filter.exec.allow.signed"},
     {rule_option::user},
@@ -32,10 +34,10 @@ inline constexpr std::array<RuleOption, 15> ruleOptions = {{
     {rule_option::exec},
     {"policy.global.attach"},
     {rule_option::paranoid},
-    {"ui.prompts.while_locked"},
-    {"ui.prompts.oob"},
-    {"ui.prompts.remote"},
-    {"ui.prompts.authenticate"},
+    {preference::promptsWhileLocked},
+    {preference::promptsOutOfBand},
+    {preference::promptsRemote},
+    {preference::promptsAuthenticate},
 }};
 
 }

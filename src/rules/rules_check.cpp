@@ -2,12 +2,12 @@
 
 #include "foundation/files.h"
 #include "foundation/path_text.h"
-#include "foundation/text_hash.h"
 #include "foundation/utf8.h"
 #include "rules/application_table.h"
 #include "rules/checked_line.h"
+#include "rules/equal_rules.h"
 #include "rules/redundancy.h"
-#include "rules/redundant_rules.h"
+#include "rules/rule_hash.h"
 #include "rules/rules_scanner.h"
 #include "rules/text_pool.h"
 #include "settings/directories.h"
@@ -19,7 +19,6 @@
 #include <memory>
 #include <system_error>
 #include <tuple>
-#include <unordered_set>
 #include <utility>
 
 namespace vossel {
@@ -28,39 +27,17 @@ namespace {
 
 constexpr std::size_t mostBytes = std::size_t{4} << 30U; // as much as the reader takes
 
-// Rules by what makes them equal. A rule's sequence is the line where it stands.
-struct SameRule {
-    std::size_t operator()(const PolicyRule* rule) const
-    {
-        const auto numbers = static_cast<std::uint64_t>(rule->policyClass()) << 8U
-            | static_cast<std::uint64_t>(rule->policyType());
-        return mixedHash(mixedHash(hashOf(*rule), numbers), textHash(rule->constraint()));
-    }
-    std::size_t operator()(const WatchRule* rule) const
-    {
-        return mixedHash(hashOf(*rule), static_cast<std::uint64_t>(rule->policyType()));
-    }
-    bool operator()(const PolicyRule* a, const PolicyRule* b) const
-    {
-        return a->isEqualToPolicyRule(*b);
-    }
-    bool operator()(const WatchRule* a, const WatchRule* b) const
-    {
-        return a->isEqualToWatchRule(*b);
-    }
+bool areEqual(const PolicyRule& a, const PolicyRule& b)
+{
+    return a.isEqualToPolicyRule(b);
+}
 
-private:
-    static std::uint64_t hashOf(const Rule& rule)
-    {
-        const auto numbers = std::uint64_t{rule.operations()} << 8U | rule.flags();
-        return mixedHash(mixedHash(textHash(rule.path()), textHash(rule.processName())), numbers);
-    }
-};
+bool areEqual(const WatchRule& a, const WatchRule& b)
+{
+    return a.isEqualToWatchRule(b);
+}
 
-template <class RuleType>
-using DistinctRules = std::unordered_set<const RuleType*, SameRule, SameRule>;
-
-// Compares the rules of one file with each other.
+// Compares the rules of one file with each other. A rule's sequence is the line where it stands.
 class RuleComparison {
 public:
     RuleComparison(const RulesKind& kind, std::vector<Finding>& findings)
@@ -89,7 +66,7 @@ public:
         rules.reserve(policies_.size());
         for (const auto& rule : policies_)
             rules.push_back(rule.get());
-        const auto covering = coveringRulesByApplication(rules);
+        const auto covering = coveringRules(rules);
         for (std::size_t i = 0; i < rules.size(); ++i) {
             if (!covering[i])
                 continue;
@@ -110,21 +87,24 @@ private:
 
     // Whether it is new, and kept.
     template <class RuleType>
-    bool add(std::unique_ptr<RuleType> rule, DistinctRules<RuleType>& distinct,
+    bool add(std::unique_ptr<RuleType> rule, EqualRules<RuleType>& distinct,
         std::vector<std::unique_ptr<RuleType>>& kept, const CheckedLine& line)
     {
         rule->setSequence(static_cast<std::int64_t>(line.number));
-        const auto [first, isNew] = distinct.insert(rule.get());
-        if (isNew) {
+        const auto hash = ruleHash(*rule);
+        const auto* first = distinct.find(
+            hash, [&rule](const RuleType& other) { return areEqual(other, *rule); });
+        if (!first) {
+            distinct.insert(hash, *rule);
             kept.push_back(std::move(rule));
             return true;
         }
         std::string message = "the same rule stands further up";
-        if ((*first)->tag() != rule->tag())
+        if (first->tag() != rule->tag())
             message += " (with another tag, which makes no difference)";
         message += "; this one is dropped when the file is read";
-        findings_.push_back({line.number, line.column, FindingCode::Duplicate, std::move(message),
-            lineOf(**first)});
+        findings_.push_back(
+            {line.number, line.column, FindingCode::Duplicate, std::move(message), lineOf(*first)});
         return false;
     }
 
@@ -134,8 +114,8 @@ private:
     std::vector<std::unique_ptr<PolicyRule>> policies_;
     std::vector<std::unique_ptr<WatchRule>> watches_;
     std::vector<std::size_t> columns_; // of the policy rules
-    DistinctRules<PolicyRule> policyRules_;
-    DistinctRules<WatchRule> watchRules_;
+    EqualRules<PolicyRule> policyRules_;
+    EqualRules<WatchRule> watchRules_;
 };
 
 // At the end of this text, which is valid UTF-8.

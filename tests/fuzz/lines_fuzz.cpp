@@ -3,29 +3,21 @@
 #include "hosts/terminal/line_output.h"
 #include "hosts/terminal/prompt_lines.h"
 #include "prompting/permissions_manager.h"
+#include "require.h"
 #include "settings/directories.h"
 #include "ui/prompt/prompt_windows.h"
 #include "user/user_checks.h"
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 // A script that writes anything at all while prompts come and go. Lines are cut alike however the
 // bytes arrive, every event is one line of JSON, and no prompt is left open.
 
 using namespace vossel;
+using test::require;
 
 namespace {
-
-void require(bool holds, const char* what)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "%s\n", what);
-    std::abort();
-}
 
 using Lines = std::vector<std::pair<std::string, bool>>;
 

@@ -1,24 +1,16 @@
 #include "foundation/property_list.h"
+#include "require.h"
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 // Whatever parses is written in the format that it came in, and what was written reads back as the
 // same value. The bytes of two binaries may differ: which equal values the library shares depends
 // on where they lie in memory.
 
 using namespace vossel;
+using test::require;
 
 namespace {
-
-void require(bool holds, const char* what)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "%s\n", what);
-    std::abort();
-}
 
 std::string xmlOf(const PropertyList& list)
 {

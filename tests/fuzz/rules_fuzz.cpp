@@ -1,8 +1,8 @@
 #include "foundation/files.h"
+#include "require.h"
 #include "rules/literal_rules.h"
 #include "support/temporary_directory.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 
@@ -11,16 +11,9 @@
 // rules do. Whatever can be written reads back the same.
 
 using namespace vossel;
+using test::require;
 
 namespace {
-
-void require(bool holds, const char* what)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "%s\n", what);
-    std::abort();
-}
 
 // In memory where there is such a folder: the writer waits for the disk.
 struct Files {

@@ -1,10 +1,10 @@
 #include "hosts/terminal/terminal_keys.h"
 #include "hosts/terminal/terminal_text.h"
+#include "require.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <locale.h>
 #include <wchar.h>
 
@@ -12,16 +12,9 @@
 // bytes arrive; what is shown is printable, as wide as it claims, and says what the text was.
 
 using namespace vossel;
+using test::require;
 
 namespace {
-
-void require(bool holds, const char* what)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "%s\n", what);
-    std::abort();
-}
 
 struct Parsed {
     std::vector<TerminalKey> keys;

@@ -1,5 +1,6 @@
 #include "foundation/files.h"
 #include "literal_rules.h"
+#include "random_rules.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 #include "foundation/files.h"
 #include "foundation/log.h"
 #include "literal_rules.h"
+#include "random_rules.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>

@@ -2,6 +2,7 @@
 #include "foundation/log.h"
 #include "foundation/text_format.h"
 #include "literal_rules.h"
+#include "random_rules.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #include "literal_rules.h"
+#include "random_rules.h"
 
 #include <gtest/gtest.h>
 
