@@ -1,7 +1,7 @@
+#include "foundation/glyphs.h"
 #include "foundation/log.h"
 #include "hosts/desktop/signal_calls.h"
 #include "hosts/linux/process_control.h"
-#include "hosts/terminal/terminal_text.h"
 #include "programs/agent_assembly.h"
 #include "programs/line_interface.h"
 #include "programs/terminal_interface.h"

@@ -5,9 +5,11 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # What running and building the programs needs, and what checking them needs beside that.
 run_packages=(g++ cmake ninja-build pkg-config python3 util-linux
   libicu-dev libplist-dev libsystemd-dev libssl-dev libncurses-dev nlohmann-json3-dev libcli11-dev
-  qt6-base-dev)
+  qt6-base-dev libqt6svg6
+  libxcb1-dev libxcb-record0-dev libxcb-res0-dev)
 check_packages=(clang clang-format clang-tidy libclang-rt-14-dev llvm ccache
-  libgtest-dev libgmock-dev libbenchmark-dev dbus-daemon mount)
+  libgtest-dev libgmock-dev libbenchmark-dev dbus-daemon mount
+  libxcb-xtest0-dev xvfb xauth xdotool xserver-xephyr)
 
 say() { printf '\n== %s\n' "$*"; }
 

@@ -1,34 +1,14 @@
 #pragma once
 
+#include "foundation/glyphs.h"
+
 #include <cstddef>
-#include <cstdint>
-#include <string>
-#include <string_view>
 #include <vector>
 
 namespace vossel {
 
-// What a terminal shows of bytes from anywhere. Nothing here depends on the process's locale; any
-// thread.
+// How glyphs are laid out in a terminal's columns. Any thread.
 
-enum class Charset : std::uint8_t { Utf8, Ascii };
-
-// What is printed whole or not at all: a character with the marks on it, or an escape in its place.
-struct Glyph {
-    std::string bytes;
-    std::uint8_t columns = 1; // 1 or 2; of an escape as many as it has characters
-    bool escaped = false;
-
-    bool operator==(const Glyph&) const = default;
-};
-using Glyphs = std::vector<Glyph>;
-
-// What could steer the terminal, cannot be seen, reorders its surroundings or has no agreed look is
-// escaped: `\n`, `\t`, `\r`, `\e`, `\x9b` for another control character of ASCII's or a byte that
-// is no UTF-8, `\u{202e}` for a character. So are marks beyond the fourth on a character and marks
-// without one; in Ascii everything but ASCII. A backslash of the text's own stays as it is and
-// differs by `escaped` alone.
-[[nodiscard]] Glyphs toGlyphs(std::string_view text, Charset charset);
 [[nodiscard]] std::size_t columnsOf(const Glyphs& glyphs);
 
 // At most `columns` wide; what is left out is marked by "…" ("..." in Ascii), one glyph that is not

@@ -1,5 +1,5 @@
+#include "foundation/glyphs.h"
 #include "foundation/utf8.h"
-#include "hosts/terminal/terminal_text.h"
 #include "programs/vosselctl/rules_commands.h"
 #include "rules/rules_file_writer.h"
 

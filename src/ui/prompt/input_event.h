@@ -1,18 +1,13 @@
 #pragma once
 
+#include "platform/input_origins.h"
+
 #include <cstdint>
 #include <string>
 
 // What a window hands on of the keyboard and the mouse, in the platform's own numbers.
 
 namespace vossel {
-
-// Which process composed an event, and whose it is. 0 where the system does not say, and for what
-// comes from the hardware.
-struct EventSource {
-    std::int32_t processId = 0;
-    std::uint32_t userId = 0;
-};
 
 // Bits of KeyEvent::modifierFlags and ModifierEvent::modifierFlags.
 inline constexpr std::uint32_t commandKeyFlag = 1U << 20;
