@@ -2,17 +2,21 @@
 #include "foundation/log.h"
 #include "hosts/desktop/signal_calls.h"
 #include "hosts/linux/process_control.h"
+#include "hosts/qt/window_platform.h"
 #include "programs/agent_assembly.h"
 #include "programs/line_interface.h"
 #include "programs/terminal_interface.h"
+#include "programs/window_interface.h"
 
 #include <CLI/CLI.hpp>
-#include <QCoreApplication>
+#include <QApplication>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <string>
@@ -47,58 +51,103 @@ void logToStandardError(std::string_view line)
     std::fprintf(stderr, "VosselUserAgent: %s\n", safe.c_str());
 }
 
-// How to ask, by its name; without one a terminal. Fails with the reason when it cannot be done
-// here.
-vossel::Result<vossel::UserInterface::Factory> interfaceCalled(
-    const std::string& name, bool ownTerminalOnly, bool log)
+// A pipe, a socket or a file: somebody has connected it on purpose.
+bool isConnected(int fd)
 {
-    using vossel::Failure;
-    if (name == "lines")
-        return vossel::lineInterface(STDIN_FILENO, STDOUT_FILENO);
-    if (!name.empty() && name != "terminal")
-        return Failure{
-            "there is no way to ask called \"" + name + "\" (there are: terminal, lines)"};
-    if (log && ::isatty(STDERR_FILENO))
-        return Failure{"the log would be written over the prompts; redirect it: 2>FILE"};
-    auto terminals = vossel::TerminalChoice::open();
-    if (!terminals)
-        return Failure{terminals.reason() + " (a script asks with --prompt lines)"};
-    if (ownTerminalOnly)
-        terminals->useOwnOnly();
-    return vossel::terminalInterface(std::move(*terminals));
+    struct stat status { };
+    return ::fstat(fd, &status) == 0 && !S_ISCHR(status.st_mode);
 }
 
-int run(int argc, char** argv)
+// How to ask where nothing is said: in windows where a display is, else on a terminal, else by
+// lines to whoever started the agent for that.
+std::string nameOfTheBest(const vossel::Result<std::string>& display)
 {
+    if (display)
+        return "windows";
+    const int terminal = ::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY);
+    if (terminal >= 0)
+        ::close(terminal);
+    const bool forLines = isConnected(STDIN_FILENO) && isConnected(STDOUT_FILENO);
+    return terminal < 0 && forLines ? "lines" : "terminal";
+}
+
+struct Options {
     std::string prompt;
     std::string prefix;
     bool ownTerminalOnly = false;
     bool log = false;
+};
+
+vossel::Result<vossel::UserInterface::Factory> terminal(
+    const Options& options, const std::string& noDisplay)
+{
+    using vossel::Failure;
+    if (options.log && ::isatty(STDERR_FILENO))
+        return Failure{"the log would be written over the prompts; redirect it: 2>FILE"};
+    auto terminals = vossel::TerminalChoice::open();
+    if (!terminals)
+        return Failure{noDisplay + terminals.reason() + " (a script asks with --prompt lines)"};
+    if (options.ownTerminalOnly)
+        terminals->useOwnOnly();
+    return vossel::terminalInterface(std::move(*terminals));
+}
+
+// Runs the agent with this interface until it ends.
+int serve(const Options& options, const vossel::UserInterface::Factory& interface)
+{
+    if (options.log)
+        vossel::setLogSink(logToStandardError);
+    const std::string prefix = options.prefix.empty()
+        ? ""
+        : std::filesystem::absolute(options.prefix).lexically_normal().string();
+    return vossel::AgentAssembly(prefix, interface).run();
+}
+
+int serveWithWindows(
+    const Options& options, const vossel::Result<std::string>& platform, int argc, char** argv)
+{
+    if (!platform)
+        return refuse(platform.reason());
+    ::setenv("QT_QPA_PLATFORM", platform->c_str(), 1);
+    const QApplication application(argc, argv);
+    QApplication::setApplicationName("Vossel");
+    QApplication::setQuitOnLastWindowClosed(false);
+    return serve(options, vossel::windowInterface());
+}
+
+int run(int argc, char** argv)
+{
+    Options options;
     CLI::App app("Asks the user about accesses that no rule decides.", "VosselUserAgent");
     app.set_version_flag("--version", VOSSEL_VERSION);
-    app.add_option("--prompt", prompt,
-        "How to ask: terminal (where nothing is said), lines (JSON events out, commands in)");
-    app.add_flag("--own-terminal-only", ownTerminalOnly,
+    app.add_option("--prompt", options.prompt,
+        "How to ask: windows (where nothing is said and a display is at hand), terminal, lines "
+        "(JSON events out, commands in)");
+    app.add_flag("--own-terminal-only", options.ownTerminalOnly,
         "Never ask on the terminals of programs, which may press keys there themselves");
-    app.add_option("--prefix", prefix, "Folder below which the product's files lie")
+    app.add_option("--prefix", options.prefix, "Folder below which the product's files lie")
         ->envname("VOSSEL_PREFIX");
-    app.add_flag("--log", log, "Write diagnostics to standard error");
+    app.add_flag("--log", options.log, "Write diagnostics to standard error");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         // Help and version arrive here as well, with status 0.
         return error.get_exit_code() == 0 ? app.exit(error) : refuse(error.what());
     }
-    auto interface = interfaceCalled(prompt, ownTerminalOnly, log);
+    const auto platform = vossel::windowPlatform();
+    const std::string best = options.prompt.empty() ? nameOfTheBest(platform) : options.prompt;
+    if (best == "windows")
+        return serveWithWindows(options, platform, argc, argv);
+    auto interface = vossel::Result<vossel::UserInterface::Factory>(vossel::Failure{
+        "there is no way to ask called \"" + best + "\" (there are: windows, terminal, lines)"});
+    if (best == "lines")
+        interface = vossel::lineInterface(STDIN_FILENO, STDOUT_FILENO);
+    else if (best == "terminal")
+        interface = terminal(options, options.prompt.empty() ? platform.reason() + "; " : "");
     if (!interface)
         return refuse(interface.reason());
-
-    if (log)
-        vossel::setLogSink(logToStandardError);
-    if (!prefix.empty())
-        prefix = std::filesystem::absolute(prefix).lexically_normal();
     const QCoreApplication application(argc, argv);
-    return vossel::AgentAssembly(prefix, *interface).run();
+    return serve(options, *interface);
 }
 
 }

@@ -115,6 +115,11 @@ void SimulatedNotices::displayAndWait(const Notice& notice)
     append(displayedAndDismissed, notice);
 }
 
+void SimulatedWindows::storeProgramIcon(const std::string& program, const std::string& file)
+{
+    programIcons.with([&](auto& icons) { icons[file] = program; });
+}
+
 void SimulatedWindows::activateApplication()
 {
     append(acts, std::string("activate"));

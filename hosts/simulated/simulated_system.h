@@ -159,12 +159,14 @@ class SimulatedWindows final : public WindowSystem {
 public:
     Guarded<bool> commandKey;
     Guarded<std::vector<std::string>> acts; // "activate", "deactivate", "hide"
+    Guarded<std::map<std::string, std::string>> programIcons; // file to the program it shows
 
     [[nodiscard]] bool commandKeyHeld() const override { return commandKey.get(); }
     [[nodiscard]] double textWidth(std::string_view text, float fontSize) const override
     {
         return static_cast<double>(text.size()) * static_cast<double>(fontSize) / 2;
     }
+    void storeProgramIcon(const std::string& program, const std::string& file) override;
     void activateApplication() override;
     void deactivateApplication() override;
     void hideApplication() override;

@@ -46,6 +46,7 @@ class LineWindows final : public WindowSystem {
 public:
     [[nodiscard]] bool commandKeyHeld() const override { return false; }
     [[nodiscard]] double textWidth(std::string_view text, float fontSize) const override;
+    void storeProgramIcon(const std::string&, const std::string&) override { }
     void activateApplication() override { }
     void deactivateApplication() override { }
     void hideApplication() override { }

@@ -15,6 +15,10 @@ public:
     // Width in points of `text` in the system font at `fontSize` points.
     [[nodiscard]] virtual double textWidth(std::string_view text, float fontSize) const = 0;
 
+    // Makes `file` the picture of the program at this path; without one that can be relied on there
+    // is no file afterwards. Does nothing where no pictures are shown.
+    virtual void storeProgramIcon(const std::string& program, const std::string& file) = 0;
+
     virtual void activateApplication() = 0;
     virtual void deactivateApplication() = 0;
     virtual void hideApplication() = 0;

@@ -199,12 +199,25 @@ TEST_F(AgentAndDriver, APersonAnswersOnATerminalWhichMayVanish)
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }
 
+TEST(AgentCommandLine, SpeaksByLinesWhereThereIsNeitherDisplayNorTerminal)
+{
+    const TemporaryDirectory directory;
+    ChildProcess agent({"setsid", "--wait", "env", "-u", "DISPLAY", "-u", "WAYLAND_DISPLAY",
+                           VOSSEL_AGENT, "--prefix", directory.path()},
+        directory / "error");
+    EXPECT_THAT(agent.readLine().value_or(""), testing::HasSubstr("\"event\":\"status\""));
+}
+
 TEST(AgentCommandLine, RefusesWhatItCannotCarryOut)
 {
     const TemporaryDirectory directory;
     const std::pair<Arguments, const char*> rows[] = {
-        {{"setsid", "--wait", VOSSEL_AGENT}, "no terminal to ask on"},
-        {{VOSSEL_AGENT, "--prompt", "windows"}, "no way to ask called \"windows\""},
+        {{"setsid", "--wait", "env", "-u", "DISPLAY", "-u", "WAYLAND_DISPLAY", "sh", "-c",
+             "exec \"$0\" </dev/null", VOSSEL_AGENT},
+            "no terminal to ask on"},
+        {{"env", "DISPLAY=:9999", "WAYLAND_DISPLAY=none", VOSSEL_AGENT, "--prompt", "windows"},
+            "the display none does not answer"},
+        {{VOSSEL_AGENT, "--prompt", "smoke"}, "no way to ask called \"smoke\""},
         {{VOSSEL_AGENT, "--nonsense"}, "--nonsense"},
     };
     for (const auto& [command, sentence] : rows) {

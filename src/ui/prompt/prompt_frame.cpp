@@ -58,11 +58,16 @@ void PromptFrame::readPreferences()
     requireAuthentication_ = preferences->integer(preference::promptsAuthenticate) == 1;
 }
 
-void PromptFrame::showIcon(std::int32_t codeSignState)
+// The file stands for one prompt at a time: it is written anew for each, by the one who reads it.
+void PromptFrame::showIcon(std::int32_t codeSignState, std::string_view program)
 {
-    applicationIconImageView.setImage(
-        ImageSource::file(codeSignState == CODE_SIGN_VALID ? context_.directories.programIcon()
-                                                           : context_.directories.warningImage()));
+    if (codeSignState != CODE_SIGN_VALID) {
+        applicationIconImageView.setImage(ImageSource::file(context_.directories.warningImage()));
+        return;
+    }
+    const std::string file = context_.directories.programIcon();
+    context_.host.windows.storeProgramIcon(std::string(program), file);
+    applicationIconImageView.setImage(ImageSource::file(file));
 }
 
 void PromptFrame::resetButtons()

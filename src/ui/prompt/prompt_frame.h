@@ -37,7 +37,8 @@ public:
 
     // Steps of loading.
     void readPreferences();
-    void showIcon(std::int32_t codeSignState);
+    // `program`: the path of who is asking.
+    void showIcon(std::int32_t codeSignState, std::string_view program);
     void resetButtons();
     void highlightAllowWhileCommandHeld() const;
     void setUpWindow();

@@ -21,12 +21,17 @@ constexpr char noCharacter = '\0';
 // prompt that has followed.
 void QMBorderlessPanel::keyDown(const KeyEvent& event) const
 {
-    if (refusesSyntheticInput(context_, event.source, "keypresses") || !state().keyWindow)
+    if (refuses(event.source) || !state().keyWindow)
         return;
     if ((event.modifierFlags & commandKeyFlag) != 0)
         commandKeyDown(event.charactersIgnoringModifiers);
     else
         plainKeyDown(event.keyCode);
+}
+
+bool QMBorderlessPanel::refuses(const EventSource& source) const
+{
+    return refusesSyntheticInput(context_, source, "keypresses");
 }
 
 void QMBorderlessPanel::flagsChanged(const ModifierEvent& event) const

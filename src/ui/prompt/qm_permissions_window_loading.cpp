@@ -75,7 +75,7 @@ void QMPermissionsWindow::loadUpdatesAndIcon()
         = codeSignState_ == CODE_SIGN_VALID && !team.empty() && isValidUtf8(team);
     controls_.allowUpdatesCheckBox.setChecked(signedByTeam);
     controls_.allowUpdatesCheckBox.setEnabled(signedByTeam);
-    frame_.showIcon(codeSignState_);
+    frame_.showIcon(codeSignState_, textOf(query_.process_name));
     if (isSIP(textOf(query_.process_name))) {
         controls_.allowUpdatesCheckBox.setEnabled(false);
         controls_.allowUpdatesCheckBox.setHidden(true);

@@ -72,7 +72,7 @@ void QMSimplePermissionsWindow::windowDidLoad()
     codeSignState_ = signing.codeSignState;
     const AlertMessage alert = context_.manager.buildAlertMessage(query_);
     alertType_ = alert.alertType;
-    frame_.showIcon(codeSignState_);
+    frame_.showIcon(codeSignState_, textOf(query_.process_name));
 
     TextField& name = controls_.applicationNameTextField;
     name.setStringValue(context_.manager.manicureDisplayPathForQuery(query_));

@@ -1,0 +1,113 @@
+#include "hosts/desktop/desktop_notifications.h"
+
+#include "foundation/glyphs.h"
+#include "foundation/log.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QVariantMap>
+
+#include <memory>
+
+namespace vossel {
+
+namespace {
+
+constexpr int answerTime = 5000; // milliseconds
+constexpr int serviceChooses = -1; // how long it shows a notification
+constexpr std::size_t mostKnown = 100;
+
+QString plain(const std::string& text)
+{
+    std::string safe;
+    for (const Glyph& glyph : toGlyphs(text, Charset::Utf8))
+        safe += glyph.bytes;
+    return QString::fromStdString(safe);
+}
+
+}
+
+DesktopNotifications::DesktopNotifications(
+    MainThread& mainThread, Clock& clock, std::function<void(const UserNotification&)> instead)
+    : mainThread_(mainThread)
+    , clock_(clock)
+    , instead_(std::move(instead))
+{
+}
+
+void DesktopNotifications::deliver(const UserNotification& notification)
+{
+    mainThread_.perform([this, notification] { show(notification); });
+}
+
+void DesktopNotifications::show(const UserNotification& notification)
+{
+    const Clock::Instant now = clock_.now();
+    std::pair text(notification.title, notification.informativeText);
+    if (text == lastText_ && now < lastTime_ + quietTime)
+        return;
+    lastText_ = std::move(text);
+    lastTime_ = now;
+    if (markup_)
+        return notify(notification);
+    call("GetCapabilities", {}, [this, notification](const QDBusMessage& reply) {
+        if (reply.type() != QDBusMessage::ReplyMessage)
+            return instead_(notification);
+        markup_ = reply.arguments().value(0).toStringList().contains("body-markup");
+        notify(notification);
+    });
+}
+
+void DesktopNotifications::notify(const UserNotification& notification)
+{
+    const auto known = shown_.find(notification.identifier);
+    const unsigned replaces = known == shown_.end() ? 0 : known->second;
+    QString body = plain(notification.informativeText);
+    if (*markup_)
+        body = body.toHtmlEscaped();
+    call("Notify",
+        {"Vossel", replaces, QString(), plain(notification.title), body, QStringList(),
+            QVariantMap(), serviceChooses},
+        [this, notification](const QDBusMessage& reply) {
+            if (reply.type() != QDBusMessage::ReplyMessage) {
+                markup_.reset(); // another service may come
+                return instead_(notification);
+            }
+            if (notification.identifier.empty())
+                return;
+            if (shown_.size() >= mostKnown)
+                shown_.clear();
+            shown_[notification.identifier] = reply.arguments().value(0).toUInt();
+        });
+}
+
+void DesktopNotifications::removeDelivered(const std::string& identifier)
+{
+    mainThread_.perform([this, identifier] {
+        const auto known = shown_.find(identifier);
+        if (known == shown_.end())
+            return;
+        call("CloseNotification", {known->second}, [](const QDBusMessage&) {});
+        shown_.erase(known);
+    });
+}
+
+void DesktopNotifications::call(const QString& method, const QList<QVariant>& arguments,
+    std::function<void(const QDBusMessage&)> replied)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall("org.freedesktop.Notifications",
+        "/org/freedesktop/Notifications", "org.freedesktop.Notifications", method);
+    message.setArguments(arguments);
+    auto* watcher = new QDBusPendingCallWatcher(
+        QDBusConnection::sessionBus().asyncCall(message, answerTime), &here_);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &here_,
+        [replied = std::move(replied)](QDBusPendingCallWatcher* ended) {
+            ended->deleteLater();
+            if (ended->isError())
+                logText("no notification: %@", ended->error().message().toStdString());
+            replied(ended->reply());
+        });
+}
+
+}

@@ -1,0 +1,141 @@
+#include "hosts/qt/choice_box.h"
+
+#include "hosts/qt/shown_text.h"
+
+#include <QListView>
+#include <QPainter>
+#include <QStyledItemDelegate>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <utility>
+
+namespace vossel {
+
+namespace {
+
+constexpr int padding = 10;
+constexpr int arrowRoom = 26;
+constexpr int leastHeight = 28;
+constexpr int leastWidth = 120;
+constexpr double radius = 6;
+constexpr int recommendedRole = Qt::UserRole;
+const char* const recommendedText = "recommended";
+
+// One entry: the text, and a small sign where it is the recommended one.
+void paintEntry(QPainter& painter, const QRect& room, const QString& text, bool recommended,
+    const QColor& ink, const QColor& sign)
+{
+    QRect textRoom = room;
+    if (recommended) {
+        painter.setPen(sign);
+        painter.drawText(room, Qt::AlignVCenter | Qt::AlignRight, recommendedText);
+        textRoom.setRight(
+            room.right() - painter.fontMetrics().horizontalAdvance(recommendedText) - padding);
+    }
+    painter.setPen(ink);
+    painter.drawText(textRoom, Qt::AlignVCenter | Qt::AlignLeft,
+        painter.fontMetrics().elidedText(text, Qt::ElideMiddle, textRoom.width()));
+}
+
+class EntryDelegate final : public QStyledItemDelegate {
+public:
+    EntryDelegate(const PromptTheme& theme, QObject* parent)
+        : QStyledItemDelegate(parent)
+        , theme_(theme)
+    {
+    }
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override
+    {
+        return {leastWidth, std::max(leastHeight, option.fontMetrics.height() + 10)};
+    }
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+        const QModelIndex& index) const override
+    {
+        const bool active = option.state.testFlag(QStyle::State_Selected);
+        painter->save();
+        painter->setFont(option.font);
+        painter->fillRect(option.rect, active ? theme_.accent : theme_.card);
+        paintEntry(*painter, option.rect.adjusted(padding, 0, -padding, 0),
+            index.data(Qt::DisplayRole).toString(), index.data(recommendedRole).toBool(),
+            active ? theme_.onAccent : theme_.text, active ? theme_.onAccent : theme_.accent);
+        painter->restore();
+    }
+
+private:
+    const PromptTheme& theme_;
+};
+
+}
+
+ChoiceBox::ChoiceBox(const PromptTheme& theme)
+    : theme_(theme)
+{
+    setFont(layoutFont(13));
+    setFocusPolicy(Qt::NoFocus);
+    setMaxVisibleItems(12);
+    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    view()->setTextElideMode(Qt::ElideMiddle);
+    view()->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setItemDelegate(new EntryDelegate(theme, this));
+    connect(this, &QComboBox::activated, this, [this](int entry) {
+        if (chosen_)
+            chosen_(entry + first_);
+    });
+}
+
+void ChoiceBox::display(const PopUpButton& control, std::int64_t recommended)
+{
+    if (shown_ != control.items() || recommended_ != recommended) {
+        shown_ = control.items();
+        recommended_ = recommended;
+        first_ = control.pullsDown() ? 1 : 0;
+        clear();
+        for (std::size_t item = static_cast<std::size_t>(first_); item < shown_.size(); ++item) {
+            const QString text = shownText(shown_[item].title).text;
+            const bool isRecommended = std::cmp_equal(item, recommended);
+            addItem(text);
+            setItemData(count() - 1, isRecommended, recommendedRole);
+            if (isRecommended)
+                setItemData(count() - 1, text + ", " + recommendedText, Qt::AccessibleTextRole);
+        }
+    }
+    setCurrentIndex(static_cast<int>(control.selectedIndex()) - first_);
+    setEnabled(control.enabled());
+}
+
+QSize ChoiceBox::sizeHint() const
+{
+    return {leastWidth, std::max(leastHeight, fontMetrics().height() + 12)};
+}
+
+QSize ChoiceBox::minimumSizeHint() const
+{
+    return sizeHint();
+}
+
+void ChoiceBox::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(theme_.border);
+    painter.setBrush(isEnabled() ? theme_.card : theme_.window);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+    const QColor ink = isEnabled() ? theme_.text : theme_.dim;
+    paintEntry(painter, rect().adjusted(padding, 0, isEnabled() ? -arrowRoom : -padding, 0),
+        currentText(), currentData(recommendedRole).toBool(), ink, theme_.accent);
+    if (!isEnabled())
+        return;
+    const QPointF middle(width() - arrowRoom / 2.0, height() / 2.0);
+    painter.setPen(QPen(theme_.dim, 1.6));
+    painter.drawPolyline(
+        QPolygonF({middle + QPointF(-4, -2), middle + QPointF(0, 2.5), middle + QPointF(4, -2)}));
+}
+
+void ChoiceBox::wheelEvent(QWheelEvent* event)
+{
+    event->ignore();
+}
+
+}

@@ -1,0 +1,172 @@
+#include "hosts/qt/notice_windows.h"
+
+#include "hosts/qt/press_button.h"
+#include "hosts/qt/program_icons.h"
+#include "hosts/qt/text_view.h"
+#include "hosts/qt/window_hints.h"
+
+#include <QCloseEvent>
+#include <QEventLoop>
+#include <QGridLayout>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QPainter>
+#include <QScreen>
+#include <QTimer>
+#include <QWindow>
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+
+namespace vossel {
+
+namespace {
+
+constexpr int widthInLayout = 360; // points
+constexpr int margin = 14;
+constexpr int gap = 10; // between notices and the screen's edges
+constexpr int iconSize = 32;
+constexpr int mostLines = 8;
+constexpr std::size_t mostShown = 4;
+
+class NoticeWindow final : public QWidget {
+public:
+    NoticeWindow(const PromptTheme& theme, const Notice& notice, std::function<void()> dismissed)
+        : QWidget(nullptr,
+            Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
+                | Qt::WindowDoesNotAcceptFocus)
+        , theme_(theme)
+        , dismissed_(std::move(dismissed))
+    {
+        setAttribute(Qt::WA_ShowWithoutActivating);
+        setWindowTitle("Vossel");
+        setPalette(theme_.palette());
+        auto* layout = new QGridLayout(this);
+        layout->setContentsMargins(margin, margin, margin, margin);
+        layout->setHorizontalSpacing(12);
+        const QImage image = ProgramIcons::load(notice.icon);
+        if (!image.isNull()) {
+            auto* icon = new QLabel;
+            const int pixels = qRound(iconSize * devicePixelRatioF());
+            QPixmap pixmap = QPixmap::fromImage(
+                image.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+            pixmap.setDevicePixelRatio(devicePixelRatioF());
+            icon->setPixmap(pixmap);
+            layout->addWidget(icon, 0, 0, 2, 1, Qt::AlignTop);
+        }
+        auto* header = new TextView(theme_, 14, QFont::Bold);
+        header->setMaximumLines(2);
+        header->setBytes(notice.header);
+        auto* message = new TextView(theme_, 13);
+        message->setMaximumLines(mostLines);
+        message->setBytes(notice.message);
+        auto* button = new PressButton(theme_, PressButton::Look::Plain);
+        button->setText(QString::fromStdString(notice.button));
+        button->setAct([this] { close(); });
+        layout->addWidget(header, 0, 1);
+        layout->addWidget(message, 1, 1);
+        layout->addWidget(button, 2, 1, Qt::AlignRight);
+        layout->setColumnStretch(1, 1);
+        const int width = qRound(widthInLayout * layoutScale());
+        setFixedSize(width, layout->totalHeightForWidth(width));
+    }
+
+protected:
+    void closeEvent(QCloseEvent*) override { dismissed_(); }
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        painter.fillRect(rect(), theme_.window);
+        painter.setPen(theme_.border);
+        painter.drawRect(rect().adjusted(0, 0, -1, -1));
+    }
+
+private:
+    const PromptTheme theme_;
+    const std::function<void()> dismissed_;
+};
+
+}
+
+NoticeWindows::~NoticeWindows()
+{
+    closeAll();
+}
+
+void NoticeWindows::closeAll()
+{
+    while (!shown_.empty())
+        close(Text(shown_.begin()->first));
+}
+
+void NoticeWindows::display(const Notice& notice)
+{
+    mainThread_.perform([this, notice] { show(notice, {}); });
+}
+
+void NoticeWindows::displayAndWait(const Notice& notice)
+{
+    if (mainThread_.isCurrent()) {
+        QEventLoop loop;
+        show(notice, [&loop] { loop.quit(); });
+        loop.exec();
+        return;
+    }
+    struct Wait {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool over = false;
+    };
+    // What is not begun when the main thread has ended is never shown.
+    bool begun = false;
+    const auto wait = std::make_shared<Wait>();
+    mainThread_.performAndWait([this, notice, wait, &begun] {
+        begun = true;
+        show(notice, [wait] {
+            const std::lock_guard lock(wait->mutex);
+            wait->over = true;
+            wait->changed.notify_all();
+        });
+    });
+    if (!begun)
+        return;
+    std::unique_lock lock(wait->mutex);
+    wait->changed.wait(lock, [&] { return wait->over; });
+}
+
+void NoticeWindows::show(const Notice& notice, std::function<void()> dismissed)
+{
+    const Text text(notice.header, notice.message);
+    Shown& shown = shown_[text];
+    if (dismissed)
+        shown.dismissed.push_back(std::move(dismissed));
+    if (shown.window)
+        return;
+    shown.window = new NoticeWindow(theme_, notice, [this, text] { close(text); });
+    const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
+    const auto place = static_cast<int>((shown_.size() - 1) % mostShown);
+    shown.window->move(room.right() - shown.window->width() - gap,
+        room.top() + gap + place * (shown.window->height() + gap));
+    (void)shown.window->winId();
+    showOnEveryWorkspace(*shown.window->windowHandle());
+    shown.window->show();
+    if (notice.timeoutSeconds > 0)
+        QTimer::singleShot(std::chrono::seconds(notice.timeoutSeconds), shown.window,
+            [this, text] { close(text); });
+}
+
+void NoticeWindows::close(const Text& text)
+{
+    const auto found = shown_.find(text);
+    if (found == shown_.end())
+        return;
+    const Shown shown = std::move(found->second);
+    shown_.erase(found);
+    shown.window->hide();
+    shown.window->deleteLater();
+    for (const auto& dismissed : shown.dismissed)
+        dismissed();
+}
+
+}

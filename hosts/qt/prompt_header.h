@@ -1,0 +1,47 @@
+#pragma once
+
+#include "hosts/qt/prompt_theme.h"
+#include "hosts/qt/text_view.h"
+
+#include <QLabel>
+#include <QPixmap>
+#include <QWidget>
+
+#include <cstdint>
+#include <string_view>
+
+namespace vossel {
+
+// The head of a prompt: who is asking, and in one sentence for what. Main thread.
+class PromptHeader final : public QWidget {
+public:
+    explicit PromptHeader(const PromptTheme& theme);
+
+    TextView name;
+    TextView program; // path and process
+    TextView signer;
+
+    // A size in points; whoever has none gets an empty place.
+    static constexpr int iconSize = 64;
+    void setIcon(const QPixmap& icon);
+    void setSentence(std::string_view text);
+    // An empty text stands for no signature, or for a signer without a name.
+    void setSigner(std::string_view text, std::int32_t codeSignState);
+    // Of a kind that deserves more care than others.
+    void setDangerous(bool dangerous);
+    void setTimeLeft(std::int64_t seconds);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    const PromptTheme& theme_;
+    TextView sentence_;
+    QLabel icon_;
+    QLabel badge_;
+    QLabel caution_;
+    QLabel time_;
+    bool dangerous_ = false;
+};
+
+}

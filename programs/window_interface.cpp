@@ -1,0 +1,126 @@
+#include "programs/window_interface.h"
+
+#include "agent/driver_link_interfaces.h"
+#include "foundation/log.h"
+#include "hosts/desktop/dark_desktop.h"
+#include "hosts/desktop/desktop_notifications.h"
+#include "hosts/qt/notice_windows.h"
+#include "hosts/qt/program_icons.h"
+#include "hosts/qt/qt_windows.h"
+#include "hosts/qt/question_window.h"
+#include "hosts/qt/unknown_origins.h"
+#include "hosts/qt/window_prompts.h"
+
+#include <QApplication>
+#include <QPalette>
+
+#include <cstdio>
+
+namespace vossel {
+
+namespace {
+
+constexpr std::int32_t noticeSeconds = 10;
+
+// Says at once where input cannot be told apart, for that is what the user relies on.
+std::unique_ptr<InputOrigins> originsHere(Clock& clock)
+{
+    std::string reason = "this window system does not tell who pressed a key";
+    if (QGuiApplication::platformName() == "xcb") { }
+    std::fprintf(stderr,
+        "VosselUserAgent: %s; programs that press keys or click in a prompt are not refused\n",
+        reason.c_str());
+    return std::make_unique<UnknownOrigins>(clock);
+}
+
+bool isDarkByPalette()
+{
+    const QPalette palette = QApplication::palette();
+    return palette.color(QPalette::Window).lightness()
+        < palette.color(QPalette::WindowText).lightness();
+}
+
+QImage imageOf(const ImageSource& source, int pixels)
+{
+    switch (source.kind) {
+    case ImageSource::Kind::File:
+        return ProgramIcons::load(source.path);
+    case ImageSource::Kind::WorkspaceIcon:
+        return ProgramIcons::workspaceIcon(source.path).pixmap(pixels, pixels).toImage();
+    default:
+        return {};
+    }
+}
+
+class WindowInterface final : public UserInterface, private ResponseListener {
+public:
+    explicit WindowInterface(const Surroundings& around)
+        : around_(around)
+        , origins_(originsHere(around.clock))
+        , windows_([this](const std::string& program, const std::string& file) {
+            if (!icons_.store(program, file))
+                logText("no picture of \"%@\" can be kept in \"%@\"", program, file);
+        })
+        , notices_(around.mainThread)
+        , notifications_(around.mainThread, around.clock,
+              [this](const UserNotification& notification) {
+                  notices_.display({.header = notification.title,
+                      .message = notification.informativeText,
+                      .icon = {},
+                      .timeoutSeconds = noticeSeconds});
+              })
+        , prompts_({around.clock, around.timers, around.processes, *origins_,
+              dynamic_cast<UnknownOrigins*>(origins_.get())
+                  ? InputGuard::EventTimes::Unknown
+                  : InputGuard::EventTimes::OfWindowSystem,
+              imageOf, [] { QApplication::beep(); }})
+        , dark_([this](bool dark) { setDark(dark); })
+    {
+        setDark(isDarkByPalette());
+    }
+
+    AlertSound& alertSound() override { return prompts_; }
+    NotificationCentre& notifications() override { return notifications_; }
+    Notices& notices() override { return notices_; }
+    ProcessControl& processControl() override { return around_.processControl; }
+    WindowSystem& windows() override { return windows_; }
+    PersonQuestion* question() override { return &question_; }
+    PromptPresenter& presenter() override { return prompts_; }
+    ResponseListener& responses() override { return *this; }
+    void setManager(const PermissionsManager* manager) override { prompts_.setManager(manager); }
+    bool start(ThreadLauncher&) override { return true; }
+    void stop() override { notices_.closeAll(); }
+    void filterStatusChanged(std::int32_t) override { }
+
+private:
+    // The window is gone by then, which says enough.
+    void didDeliverResponse(const user_prompt_response&, QueryWait::Outcome) override { }
+    void setDark(bool dark)
+    {
+        const ColorScheme scheme = dark ? ColorScheme::Dark : ColorScheme::Light;
+        prompts_.setColorScheme(scheme);
+        notices_.setColorScheme(scheme);
+        question_.setColorScheme(scheme);
+    }
+
+    const Surroundings around_;
+    const std::unique_ptr<InputOrigins> origins_;
+    ProgramIcons icons_;
+    QtWindows windows_;
+    NoticeWindows notices_;
+    DesktopNotifications notifications_;
+    QuestionWindow question_;
+    WindowPrompts prompts_;
+    DarkDesktop dark_;
+};
+
+}
+
+UserInterface::Factory windowInterface()
+{
+    return [](const UserInterface::Surroundings& around) {
+        return std::make_unique<WindowInterface>(around);
+    };
+}
+
+}
