@@ -4,6 +4,7 @@
 #include "foundation/log.h"
 
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QVariantMap>
@@ -53,7 +54,7 @@ void DesktopNotifications::show(const UserNotification& notification)
         return notify(notification);
     call("GetCapabilities", {}, [this, notification](const QDBusMessage& reply) {
         if (reply.type() != QDBusMessage::ReplyMessage)
-            return instead_(notification);
+            return showInstead(notification, reply);
         markup_ = reply.arguments().value(0).toStringList().contains("body-markup");
         notify(notification);
     });
@@ -72,7 +73,7 @@ void DesktopNotifications::notify(const UserNotification& notification)
         [this, notification](const QDBusMessage& reply) {
             if (reply.type() != QDBusMessage::ReplyMessage) {
                 markup_.reset(); // another service may come
-                return instead_(notification);
+                return showInstead(notification, reply);
             }
             if (notification.identifier.empty())
                 return;
@@ -80,6 +81,13 @@ void DesktopNotifications::notify(const UserNotification& notification)
                 shown_.clear();
             shown_[notification.identifier] = reply.arguments().value(0).toUInt();
         });
+}
+
+void DesktopNotifications::showInstead(
+    const UserNotification& notification, const QDBusMessage& reply)
+{
+    logText("no notification service: %@", reply.errorMessage().toStdString());
+    instead_(notification);
 }
 
 void DesktopNotifications::removeDelivered(const std::string& identifier)
@@ -99,13 +107,15 @@ void DesktopNotifications::call(const QString& method, const QList<QVariant>& ar
     QDBusMessage message = QDBusMessage::createMethodCall("org.freedesktop.Notifications",
         "/org/freedesktop/Notifications", "org.freedesktop.Notifications", method);
     message.setArguments(arguments);
-    auto* watcher = new QDBusPendingCallWatcher(
-        QDBusConnection::sessionBus().asyncCall(message, answerTime), &here_);
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        replied(message.createErrorReply(QDBusError::Disconnected, "no session bus"));
+        return;
+    }
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(message, answerTime), &here_);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &here_,
         [replied = std::move(replied)](QDBusPendingCallWatcher* ended) {
             ended->deleteLater();
-            if (ended->isError())
-                logText("no notification: %@", ended->error().message().toStdString());
             replied(ended->reply());
         });
 }

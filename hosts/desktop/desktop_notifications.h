@@ -39,6 +39,7 @@ public:
 private:
     void show(const UserNotification& notification);
     void notify(const UserNotification& notification);
+    void showInstead(const UserNotification& notification, const QDBusMessage& reply);
     void call(const QString& method, const QList<QVariant>& arguments,
         std::function<void(const QDBusMessage&)> replied);
 

@@ -13,6 +13,9 @@ struct EventSource {
     bool operator==(const EventSource&) const = default;
 };
 
+// A program that nobody can name any more: gone, or behind a service that presses for others.
+inline constexpr EventSource unnamedProgram{-1, 65534}; // neither number is 0
+
 // Tells input that a program composed from what a person pressed. Main thread only.
 class InputOrigins {
 public:
