@@ -20,6 +20,8 @@ const char* iconKind(ImageSource::Kind kind)
         return "file";
     case ImageSource::Kind::WorkspaceIcon:
         return "workspace";
+    case ImageSource::Kind::Resource:
+        return "resource";
     case ImageSource::Kind::None:
         break;
     }

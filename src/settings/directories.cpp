@@ -100,6 +100,16 @@ std::string Directories::lockImage() const
     return support() + "lock.png";
 }
 
+std::string Directories::buildNumber() const
+{
+    return support() + "build_number";
+}
+
+std::string Directories::userGuide() const
+{
+    return support() + "Vossel User Guide.pdf";
+}
+
 std::string Directories::configurationApplication() const
 {
     return at("/Applications/Vossel Configuration.app");

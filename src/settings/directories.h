@@ -37,6 +37,8 @@ public:
     [[nodiscard]] std::string execSystemRules() const;
     [[nodiscard]] std::string warningImage() const;
     [[nodiscard]] std::string lockImage() const;
+    [[nodiscard]] std::string buildNumber() const;
+    [[nodiscard]] std::string userGuide() const;
     [[nodiscard]] std::string configurationApplication() const;
 
     // What exists while the driver runs.

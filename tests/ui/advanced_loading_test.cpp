@@ -119,8 +119,8 @@ TEST(AdvancedLoading, WindowKeepsTheScreenUntilItResigns)
     const auto prompt = fixture.open(queryFor("/x")).shared_from_this();
     EXPECT_TRUE(prompt->frame().allowButton.highlighted());
     WindowState state{{0, 0, 560, 360}, true, 257, 144 | 0x8000, WindowLevel{14}, false, false, 1,
-        true, true, true, true, Appearance::VibrantLight, ContentEffect{EffectMaterial{6}}, 643,
-        {}};
+        true, true, true, true, Appearance::VibrantLight, false, ContentEffect{EffectMaterial{6}},
+        643, {}};
     EXPECT_EQ(prompt->frame().window.state(), state);
 
     fixture.broker.cancelQuery();

@@ -7,12 +7,13 @@
 
 namespace vossel {
 
-// Where an image comes from. A file that is missing leaves the view empty.
+// Where an image comes from. One that is missing leaves the view empty.
 struct ImageSource {
-    enum class Kind : std::uint8_t { None, File, WorkspaceIcon };
+    enum class Kind : std::uint8_t { None, File, WorkspaceIcon, Resource };
 
     Kind kind = Kind::None;
-    std::string path; // of the image, or of the file whose icon the desktop is asked for
+    // Of the image, or of the file whose icon the desktop is asked for; of a resource its name.
+    std::string path;
     double width = 0; // points; 0 for the image's own size
     double height = 0;
 
@@ -25,6 +26,11 @@ struct ImageSource {
     [[nodiscard]] static ImageSource workspaceIcon(std::string path, double width, double height)
     {
         return {Kind::WorkspaceIcon, std::move(path), width, height};
+    }
+    // One of the product's own images, by the name of its file.
+    [[nodiscard]] static ImageSource resource(std::string name, double width, double height)
+    {
+        return {Kind::Resource, std::move(name), width, height};
     }
 };
 

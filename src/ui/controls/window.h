@@ -10,7 +10,7 @@
 namespace vossel {
 
 // Where a window stands among all others, by the platform's key numbers.
-enum class WindowLevel : std::int32_t { Normal = 4, Maximum = 14 };
+enum class WindowLevel : std::int32_t { Normal = 4, Status = 9, Maximum = 14 };
 
 // Bits of WindowState::collectionBehavior, ::styleMask and ::trackingOptions.
 inline constexpr std::uint32_t canJoinAllSpaces = 1U << 0;
@@ -63,6 +63,7 @@ struct WindowState {
     bool keyWindow = false;
     bool mainWindow = false;
     Appearance appearance = Appearance::Default;
+    bool titleBarTransparent = false;
     std::optional<ContentEffect> contentEffect{};
     std::optional<std::uint32_t> trackingOptions{}; // of an area that covers the content view
     std::optional<TipWindow> tip{};

@@ -35,7 +35,8 @@ public:
     // A key that is no command sounds. The prompt, and this window with it, may be gone when this
     // returns. Nothing happens while the window does not have the keyboard.
     void keyDown(const KeyEvent& event) const;
-    // Whether a key of this source is refused, and the user has been told; keyDown() asks by itself.
+    // Whether a key of this source is refused, and the user has been told; keyDown() asks by
+    // itself.
     [[nodiscard]] bool refuses(const EventSource& source) const;
     // Highlights Allow while Command is held.
     void flagsChanged(const ModifierEvent& event) const;
