@@ -2,14 +2,13 @@
 #include "foundation/log.h"
 #include "hosts/desktop/signal_calls.h"
 #include "hosts/linux/process_control.h"
-#include "hosts/qt/window_platform.h"
 #include "programs/agent_assembly.h"
 #include "programs/line_interface.h"
 #include "programs/terminal_interface.h"
 #include "programs/window_interface.h"
 
 #include <CLI/CLI.hpp>
-#include <QApplication>
+#include <QCoreApplication>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -103,18 +102,6 @@ int serve(const Options& options, const vossel::UserInterface::Factory& interfac
     return vossel::AgentAssembly(prefix, interface).run();
 }
 
-int serveWithWindows(
-    const Options& options, const vossel::Result<std::string>& platform, int argc, char** argv)
-{
-    if (!platform)
-        return refuse(platform.reason());
-    ::setenv("QT_QPA_PLATFORM", platform->c_str(), 1);
-    const QApplication application(argc, argv);
-    QApplication::setApplicationName("Vossel");
-    QApplication::setQuitOnLastWindowClosed(false);
-    return serve(options, vossel::windowInterface());
-}
-
 int run(int argc, char** argv)
 {
     Options options;
@@ -134,10 +121,13 @@ int run(int argc, char** argv)
         // Help and version arrive here as well, with status 0.
         return error.get_exit_code() == 0 ? app.exit(error) : refuse(error.what());
     }
-    const auto platform = vossel::windowPlatform();
+    const auto platform = vossel::windowPlatformHere();
     const std::string best = options.prompt.empty() ? nameOfTheBest(platform) : options.prompt;
-    if (best == "windows")
-        return serveWithWindows(options, platform, argc, argv);
+    if (best == "windows") {
+        return platform ? vossel::withWindows(*platform, argc, argv,
+                   [&](const auto& interface) { return serve(options, interface); })
+                        : refuse(platform.reason());
+    }
     auto interface = vossel::Result<vossel::UserInterface::Factory>(vossel::Failure{
         "there is no way to ask called \"" + best + "\" (there are: windows, terminal, lines)"});
     if (best == "lines")

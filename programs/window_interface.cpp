@@ -1,32 +1,41 @@
 #include "programs/window_interface.h"
 
 #include "agent/driver_link_interfaces.h"
-#include "foundation/log.h"
 #include "hosts/desktop/dark_desktop.h"
 #include "hosts/desktop/desktop_notifications.h"
+#include "hosts/desktop/x11_input_origins.h"
 #include "hosts/qt/notice_windows.h"
 #include "hosts/qt/program_icons.h"
 #include "hosts/qt/qt_windows.h"
 #include "hosts/qt/question_window.h"
 #include "hosts/qt/unknown_origins.h"
+#include "hosts/qt/window_platform.h"
 #include "hosts/qt/window_prompts.h"
 
 #include <QApplication>
 #include <QPalette>
+#include <QPixmapCache>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace vossel {
 
 namespace {
 
 constexpr std::int32_t noticeSeconds = 10;
+constexpr int mostCachedPixmaps = 1024; // kB
 
 // Says at once where input cannot be told apart, for that is what the user relies on.
 std::unique_ptr<InputOrigins> originsHere(Clock& clock)
 {
     std::string reason = "this window system does not tell who pressed a key";
-    if (QGuiApplication::platformName() == "xcb") { }
+    if (QGuiApplication::platformName() == "xcb") {
+        auto origins = X11InputOrigins::create(nullptr);
+        if (origins)
+            return std::move(*origins);
+        reason = origins.reason();
+    }
     std::fprintf(stderr,
         "VosselUserAgent: %s; programs that press keys or click in a prompt are not refused\n",
         reason.c_str());
@@ -40,28 +49,20 @@ bool isDarkByPalette()
         < palette.color(QPalette::WindowText).lightness();
 }
 
-QImage imageOf(const ImageSource& source, int pixels)
-{
-    switch (source.kind) {
-    case ImageSource::Kind::File:
-        return ProgramIcons::load(source.path);
-    case ImageSource::Kind::WorkspaceIcon:
-        return ProgramIcons::workspaceIcon(source.path).pixmap(pixels, pixels).toImage();
-    default:
-        return {};
-    }
-}
-
 class WindowInterface final : public UserInterface, private ResponseListener {
 public:
     explicit WindowInterface(const Surroundings& around)
         : around_(around)
         , origins_(originsHere(around.clock))
         , windows_([this](const std::string& program, const std::string& file) {
-            if (!icons_.store(program, file))
-                logText("no picture of \"%@\" can be kept in \"%@\"", program, file);
+            unstored_ = icons_.store(program, file) ? Unstored{} : Unstored{file, program};
         })
-        , notices_(around.mainThread)
+        , notices_(around.mainThread,
+              [this] {
+                  // Nothing stands above a prompt.
+                  if (PromptDialog* prompt = prompts_.window())
+                      prompt->raise();
+              })
         , notifications_(around.mainThread, around.clock,
               [this](const UserNotification& notification) {
                   notices_.display({.header = notification.title,
@@ -73,7 +74,8 @@ public:
               dynamic_cast<UnknownOrigins*>(origins_.get())
                   ? InputGuard::EventTimes::Unknown
                   : InputGuard::EventTimes::OfWindowSystem,
-              imageOf, [] { QApplication::beep(); }})
+              [this](const ImageSource& source, int pixels) { return imageOf(source, pixels); },
+              [] { QApplication::beep(); }})
         , dark_([this](bool dark) { setDark(dark); })
     {
         setDark(isDarkByPalette());
@@ -93,6 +95,27 @@ public:
     void filterStatusChanged(std::int32_t) override { }
 
 private:
+    // The picture that should stand in a file but cannot be written there: another user's may.
+    struct Unstored {
+        std::string file;
+        std::string program;
+    };
+
+    QImage imageOf(const ImageSource& source, int pixels)
+    {
+        switch (source.kind) {
+        case ImageSource::Kind::File:
+            return source.path == unstored_.file
+                ? icons_.image(unstored_.program, QSize(pixels, pixels))
+                : ProgramIcons::load(source.path);
+        case ImageSource::Kind::WorkspaceIcon:
+            return ProgramIcons::workspaceIcon(source.path).pixmap(pixels, pixels).toImage();
+        case ImageSource::Kind::None:
+        case ImageSource::Kind::Resource:
+            break;
+        }
+        return {};
+    }
     // The window is gone by then, which says enough.
     void didDeliverResponse(const user_prompt_response&, QueryWait::Outcome) override { }
     void setDark(bool dark)
@@ -106,6 +129,7 @@ private:
     const Surroundings around_;
     const std::unique_ptr<InputOrigins> origins_;
     ProgramIcons icons_;
+    Unstored unstored_;
     QtWindows windows_;
     NoticeWindows notices_;
     DesktopNotifications notifications_;
@@ -116,11 +140,22 @@ private:
 
 }
 
-UserInterface::Factory windowInterface()
+Result<std::string> windowPlatformHere()
 {
-    return [](const UserInterface::Surroundings& around) {
+    return windowPlatform();
+}
+
+int withWindows(const std::string& platform, int argc, char** argv,
+    const std::function<int(const UserInterface::Factory&)>& serve)
+{
+    ::setenv("QT_QPA_PLATFORM", platform.c_str(), 1);
+    const QApplication application(argc, argv);
+    QApplication::setApplicationName("Vossel");
+    QApplication::setQuitOnLastWindowClosed(false);
+    QPixmapCache::setCacheLimit(mostCachedPixmaps);
+    return serve([](const UserInterface::Surroundings& around) {
         return std::make_unique<WindowInterface>(around);
-    };
+    });
 }
 
 }

@@ -111,7 +111,7 @@ void AdvancedDialog::sync()
     header().program.setBytes(controls.applicationPathTextField.stringValue());
     header().program.setTruncation(controls.applicationPathTextField.truncation());
     header().setSigner(controls.codeSignTextField.stringValue(), prompt_.codeSignState());
-    header().setSentence(controls.activityDescriptionTextField.stringValue());
+    setSentence(controls.activityDescriptionTextField.stringValue());
     header().setDangerous(prompt_.alertType() != ALERT_ORDINARY);
     file_.setBytes(controls.filenameTextField.stringValue());
     file_.setTruncation(controls.filenameTextField.truncation());

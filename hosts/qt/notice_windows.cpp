@@ -15,6 +15,7 @@
 #include <QTimer>
 #include <QWindow>
 
+#include <algorithm>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -28,7 +29,7 @@ constexpr int margin = 14;
 constexpr int gap = 10; // between notices and the screen's edges
 constexpr int iconSize = 32;
 constexpr int mostLines = 8;
-constexpr std::size_t mostShown = 4;
+constexpr std::size_t mostShown = 3;
 
 class NoticeWindow final : public QWidget {
 public:
@@ -97,7 +98,7 @@ NoticeWindows::~NoticeWindows()
 void NoticeWindows::closeAll()
 {
     while (!shown_.empty())
-        close(Text(shown_.begin()->first));
+        close(shown_.front().number);
 }
 
 void NoticeWindows::display(const Notice& notice)
@@ -137,34 +138,57 @@ void NoticeWindows::displayAndWait(const Notice& notice)
 
 void NoticeWindows::show(const Notice& notice, std::function<void()> dismissed)
 {
-    const Text text(notice.header, notice.message);
-    Shown& shown = shown_[text];
+    const std::pair text(notice.header, notice.message);
+    auto found = std::find_if(
+        shown_.begin(), shown_.end(), [&](const Shown& shown) { return shown.text == text; });
+    if (found == shown_.end()) {
+        makeRoom();
+        const unsigned number = ++lastNumber_;
+        auto* window = new NoticeWindow(theme_, notice, [this, number] { close(number); });
+        if (notice.timeoutSeconds > 0)
+            QTimer::singleShot(std::chrono::seconds(notice.timeoutSeconds), window,
+                [this, number] { close(number); });
+        found = shown_.insert(shown_.end(), {number, text, window, {}});
+        (void)window->winId();
+        showOnEveryWorkspace(*window->windowHandle());
+        place();
+        window->show();
+        shownOne_();
+    }
     if (dismissed)
-        shown.dismissed.push_back(std::move(dismissed));
-    if (shown.window)
-        return;
-    shown.window = new NoticeWindow(theme_, notice, [this, text] { close(text); });
-    const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
-    const auto place = static_cast<int>((shown_.size() - 1) % mostShown);
-    shown.window->move(room.right() - shown.window->width() - gap,
-        room.top() + gap + place * (shown.window->height() + gap));
-    (void)shown.window->winId();
-    showOnEveryWorkspace(*shown.window->windowHandle());
-    shown.window->show();
-    if (notice.timeoutSeconds > 0)
-        QTimer::singleShot(std::chrono::seconds(notice.timeoutSeconds), shown.window,
-            [this, text] { close(text); });
+        found->dismissed.push_back(std::move(dismissed));
 }
 
-void NoticeWindows::close(const Text& text)
+void NoticeWindows::makeRoom()
 {
-    const auto found = shown_.find(text);
+    const auto oldest = std::find_if(
+        shown_.begin(), shown_.end(), [](const Shown& shown) { return shown.dismissed.empty(); });
+    if (shown_.size() >= mostShown && oldest != shown_.end())
+        close(oldest->number);
+}
+
+// One above the other, the oldest lowest.
+void NoticeWindows::place()
+{
+    const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
+    int floor = room.bottom();
+    for (const Shown& shown : shown_) {
+        floor -= gap + shown.window->height();
+        shown.window->move(room.right() - shown.window->width() - gap, std::max(floor, room.top()));
+    }
+}
+
+void NoticeWindows::close(unsigned number)
+{
+    const auto found = std::find_if(
+        shown_.begin(), shown_.end(), [&](const Shown& shown) { return shown.number == number; });
     if (found == shown_.end())
         return;
-    const Shown shown = std::move(found->second);
+    const Shown shown = std::move(*found);
     shown_.erase(found);
     shown.window->hide();
     shown.window->deleteLater();
+    place();
     for (const auto& dismissed : shown.dismissed)
         dismissed();
 }

@@ -5,7 +5,6 @@
 #include "platform/threads.h"
 
 #include <functional>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,12 +14,14 @@ class QWidget;
 namespace vossel {
 
 // Notices as small windows in a corner of the screen: they take no focus, so that nothing typed for
-// another program dismisses one. Calls come from any thread; everything else is done on the main
-// thread.
+// another program dismisses one. Of many that nobody waits for the latest few stand. Calls come
+// from any thread; everything else is done on the main thread.
 class NoticeWindows final : public Notices {
 public:
-    explicit NoticeWindows(MainThread& mainThread)
+    // `shown` is called when one has come to stand above everything.
+    NoticeWindows(MainThread& mainThread, std::function<void()> shown)
         : mainThread_(mainThread)
+        , shownOne_(std::move(shown))
     {
     }
     ~NoticeWindows() override;
@@ -35,19 +36,24 @@ public:
     void closeAll();
 
 private:
-    using Text = std::pair<std::string, std::string>;
     struct Shown {
+        unsigned number = 0; // they are numbered as they come
+        std::pair<std::string, std::string> text;
         QWidget* window = nullptr;
         std::vector<std::function<void()>> dismissed;
     };
 
     void show(const Notice& notice, std::function<void()> dismissed);
-    void close(const Text& text);
+    void makeRoom();
+    void place();
+    void close(unsigned number);
 
     MainThread& mainThread_;
+    const std::function<void()> shownOne_;
     // The main thread's.
     PromptTheme theme_{ColorScheme::Light};
-    std::map<Text, Shown> shown_; // what is said twice stands once
+    std::vector<Shown> shown_; // what is said twice stands once
+    unsigned lastNumber_ = 0;
 };
 
 }

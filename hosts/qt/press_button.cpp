@@ -62,14 +62,23 @@ void PressButton::setBezel(const QColor& color)
     update();
 }
 
+void PressButton::setImage(const QPixmap& image)
+{
+    image_ = image;
+    updateGeometry();
+    update();
+}
+
 QSize PressButton::sizeHint() const
 {
     int width = fontMetrics().horizontalAdvance(text()) + 2 * padding;
-    if (!icon().isNull())
-        width += iconSize().width() + imageGap;
-    const int tall = std::max({leastHeight, fontMetrics().height() + 12, iconSize().height() + 10});
-    return {std::max(width, look_ == Look::Segment ? 0 : leastWidth),
-        icon().isNull() ? std::max(leastHeight, fontMetrics().height() + 12) : tall};
+    int tall = std::max(leastHeight, fontMetrics().height() + 12);
+    if (!image_.isNull()) {
+        const QSizeF image = image_.deviceIndependentSize();
+        width += qRound(image.width()) + imageGap;
+        tall = std::max(tall, qRound(image.height()) + 10);
+    }
+    return {std::max(width, look_ == Look::Segment ? 0 : leastWidth), tall};
 }
 
 // A row of choices may become narrow where the screen is small; what decides may not.
@@ -118,13 +127,13 @@ void PressButton::paintEvent(QPaintEvent*)
         ink = theme_.onAccent;
     painter.setPen(isEnabled() ? ink : theme_.dim);
     QRect room = rect().adjusted(padding / 2, 0, -padding / 2, 0);
-    if (!icon().isNull()) {
-        const int used = iconSize().width() + imageGap + fontMetrics().horizontalAdvance(text());
-        room.setLeft(std::max(room.left(), (width() - used) / 2));
-        const QRect image(room.left(), (height() - iconSize().height()) / 2, iconSize().width(),
-            iconSize().height());
-        icon().paint(&painter, image);
-        room.setLeft(image.right() + imageGap);
+    if (!image_.isNull()) {
+        const QSizeF size = image_.deviceIndependentSize();
+        const double used = size.width() + imageGap + fontMetrics().horizontalAdvance(text());
+        const QPointF corner(
+            std::max<double>(room.left(), (width() - used) / 2), (height() - size.height()) / 2);
+        painter.drawPixmap(corner, image_);
+        room.setLeft(qRound(corner.x() + size.width()) + imageGap);
         painter.drawText(room, Qt::AlignVCenter | Qt::AlignLeft, text());
         return;
     }

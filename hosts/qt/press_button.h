@@ -2,6 +2,7 @@
 
 #include "hosts/qt/prompt_theme.h"
 
+#include <QPixmap>
 #include <QPushButton>
 
 #include <cstdint>
@@ -23,6 +24,8 @@ public:
     // Filled with the colour of its look, as the one that a key would press now.
     void setHighlighted(bool highlighted);
     void setBezel(const QColor& color);
+    // Left of the text.
+    void setImage(const QPixmap& image);
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
@@ -40,6 +43,7 @@ private:
     Act pressed_;
     Act pressedByProgram_;
     QColor bezel_;
+    QPixmap image_;
     bool highlighted_ = false;
     bool underMouse_ = false; // between the mouse's press and its release
 };

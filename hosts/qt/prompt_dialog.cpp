@@ -84,6 +84,12 @@ void PromptDialog::layOut()
     layout->addLayout(buttons);
 }
 
+void PromptDialog::setSentence(std::string_view sentence)
+{
+    header_.setSentence(sentence);
+    setAccessibleName("Vossel: " + shownText(sentence).text);
+}
+
 void PromptDialog::showKeys(const QColor& color)
 {
     hint_.setText(frame_.requireTouchBar ? keys_ : "Ctrl+Return allows, Esc denies\n" + keys_);
@@ -264,7 +270,7 @@ PressButton::Act PromptDialog::acting(std::function<void()> act)
 PressButton::Act PromptDialog::actingForProgram(std::function<void()> act)
 {
     return [this, act = acting(std::move(act))] {
-        if (takesClick(unknownProgram))
+        if (takesClick(unnamedProgram))
             act();
     };
 }

@@ -76,6 +76,8 @@ protected:
     [[nodiscard]] QWidget& body() { return body_; }
     // Deny and Allow stand on its right.
     [[nodiscard]] PressButton& extraButton() { return extra_; }
+    // The headline, which a screen reader reads first.
+    void setSentence(std::string_view sentence);
     // Which keys shape the answer, beside those that give it.
     void setKeys(const QString& keys) { keys_ = keys; }
     // Of the screen and of this window, as the view model counts: from the lower left corner.
@@ -133,8 +135,5 @@ private:
     bool firstPaint_ = true;
     bool retired_ = false;
 };
-
-// The source of a press whose maker nobody can name.
-inline constexpr EventSource unknownProgram{-1, ~std::uint32_t{0}};
 
 }

@@ -1,5 +1,6 @@
 #include "hosts/qt/prompt_header.h"
 
+#include "hosts/qt/resource_image.h"
 #include "wire/driver_messages.h"
 
 #include <QGridLayout>
@@ -31,11 +32,11 @@ PromptHeader::PromptHeader(const PromptTheme& theme)
 {
     icon_.setFixedSize(iconSize, iconSize);
     icon_.setAlignment(Qt::AlignCenter);
+    icon_.setAccessibleName("Icon of the program");
     badge_.setParent(&icon_);
     badge_.setFixedSize(badgeSize, badgeSize);
     badge_.move(iconSize - badgeSize, iconSize - badgeSize);
     badge_.hide();
-    badge_.setPixmap(QIcon(":/images/danger.png").pixmap(badgeSize, badgeSize));
     caution_.setText("Take care: few programs need this.");
     caution_.setFont(layoutFont(13, QFont::DemiBold));
     caution_.hide();
@@ -85,6 +86,8 @@ void PromptHeader::setSigner(std::string_view text, std::int32_t codeSignState)
 void PromptHeader::setDangerous(bool dangerous)
 {
     dangerous_ = dangerous;
+    if (dangerous && badge_.pixmap().isNull())
+        badge_.setPixmap(resourceImage("danger.png", badgeSize, devicePixelRatioF()));
     badge_.setVisible(dangerous);
     caution_.setVisible(dangerous);
     QPalette red = palette();

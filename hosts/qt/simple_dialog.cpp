@@ -81,7 +81,7 @@ void SimpleDialog::sync()
     header().name.setTruncation(name.truncation());
     header().program.setBytes(applicationPathText(services().manager, query));
     header().setSigner(controls.informationTextField.stringValue(), prompt_.codeSignState());
-    header().setSentence(controls.activityDescriptionTextField.stringValue());
+    setSentence(controls.activityDescriptionTextField.stringValue());
     header().setDangerous(prompt_.alertType() != ALERT_ORDINARY);
     parent_.setBytes(parentPathText(services().processes, query));
     scope_.setBytes(textOf(query.path));

@@ -1,11 +1,11 @@
 #include "hosts/qt/touch_bar_strip.h"
 
 #include "hosts/qt/prompt_dialog.h"
+#include "hosts/qt/resource_image.h"
 #include "hosts/qt/window_hints.h"
 
 #include <QCloseEvent>
 #include <QHBoxLayout>
-#include <QIcon>
 #include <QPainter>
 #include <QScreen>
 #include <QWindow>
@@ -23,10 +23,9 @@ PressButton* buttonOf(const TouchBarItem& item, const PromptTheme& theme)
     auto* button = new PressButton(theme, PressButton::Look::Strip, 14);
     button->setObjectName(QString::fromStdString(item.identifier));
     button->setText(QString::fromStdString(item.view->title));
-    if (!item.view->imageName.empty()) {
-        button->setIcon(QIcon(":/images/" + QString::fromStdString(item.view->imageName)));
-        button->setIconSize(QSize(qRound(item.view->imageWidth), qRound(item.view->imageHeight)));
-    }
+    if (!item.view->imageName.empty())
+        button->setImage(resourceImage(QString::fromStdString(item.view->imageName),
+            item.view->imageWidth, button->devicePixelRatioF()));
     if (item.view->bezelColor == BezelColor::SystemRed)
         button->setBezel(theme.deny);
     else if (item.view->bezelColor == BezelColor::SystemGreen)

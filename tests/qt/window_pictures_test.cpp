@@ -1,6 +1,12 @@
+#include "app/about_window_controller.h"
+#include "app/qm_first_run_window_controller.h"
+#include "hosts/qt/application_windows.h"
 #include "qt/window_fixture.h"
 
+#include <QProgressBar>
 #include <gtest/gtest.h>
+
+#include <atomic>
 
 namespace vossel::test {
 namespace {
@@ -48,7 +54,7 @@ struct State {
     bool touchBar;
 };
 
-TEST(PromptPicturesTest, ShowEveryState)
+TEST(WindowPicturesTest, ShowEveryStateOfThePrompts)
 {
     const State states[] = {
         {"advanced", ordinary(), false, false},
@@ -80,6 +86,52 @@ TEST(PromptPicturesTest, ShowEveryState)
                     << name;
             }
         }
+    }
+}
+
+struct FinishedCounter final : QMFirstRunWindowControllerDelegate {
+    std::atomic<int> ended = 0;
+
+    void firstRunHasEnded() override { ++ended; }
+};
+
+TEST(WindowPicturesTest, ShowFirstRunAndAbout)
+{
+    for (const ColorScheme scheme : {ColorScheme::Light, ColorScheme::Dark}) {
+        const std::string suffix = scheme == ColorScheme::Dark ? "-dark" : "";
+        WindowFixture agent;
+        ApplicationWindows shown;
+        shown.setColorScheme(scheme);
+        const WindowContext context{agent.host.host, agent.directories, shown};
+        const auto ended = std::make_shared<FinishedCounter>();
+        const auto firstRun = QMFirstRunWindowController::init(context);
+        firstRun->setDelegate(ended);
+        firstRun->open();
+        for (int second = 1; second <= 60; ++second) {
+            ASSERT_TRUE(agent.host.clock.waitForWaiters(1));
+            agent.host.clock.advance(std::chrono::seconds(1));
+            ASSERT_TRUE(agent.host.mainThread.runUntil(
+                [&] { return firstRun->indicatorValue() >= second; }));
+        }
+        QWidget* window = shown.windowOf(firstRun.get());
+        ASSERT_TRUE(window);
+        EXPECT_EQ(window->findChild<QProgressBar*>()->value(), 60);
+        EXPECT_EQ(window->findChild<QProgressBar*>()->maximum(), 240);
+        EXPECT_TRUE(window->grab().save(QString::fromStdString(pictureFile("first-run" + suffix))));
+        agent.click(*window->findChild<QWidget*>("finish"));
+        EXPECT_EQ(ended->ended, 1);
+        firstRun->close();
+        EXPECT_EQ(shown.windowOf(firstRun.get()), nullptr);
+        agent.host.clock.stop();
+
+        AboutWindowController about(context, "1.2");
+        about.open();
+        window = shown.windowOf(&about);
+        ASSERT_TRUE(window);
+        EXPECT_TRUE(window->grab().save(QString::fromStdString(pictureFile("about" + suffix))));
+        window->close();
+        agent.settle();
+        EXPECT_EQ(shown.windowOf(&about), nullptr);
     }
 }
 
