@@ -4,13 +4,13 @@
 
 namespace vossel {
 
-Result<std::string> windowPlatformHere()
+Result<WindowPlatform> windowPlatformHere()
 {
     return Failure{"this build shows no windows"};
 }
 
 int withWindows(
-    const std::string&, int, char**, const std::function<int(const UserInterface::Factory&)>&)
+    WindowPlatform, int, char**, const std::function<int(const UserInterface::Factory&)>&)
 {
     return 2;
 }

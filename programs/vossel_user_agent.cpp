@@ -19,6 +19,7 @@
 #include <exception>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -59,7 +60,7 @@ bool isConnected(int fd)
 
 // How to ask where nothing is said: in windows where a display is, else on a terminal, else by
 // lines to whoever started the agent for that.
-std::string nameOfTheBest(const vossel::Result<std::string>& display)
+std::string nameOfTheBest(const vossel::Result<vossel::WindowPlatform>& display)
 {
     if (display)
         return "windows";
@@ -121,10 +122,10 @@ int run(int argc, char** argv)
         // Help and version arrive here as well, with status 0.
         return error.get_exit_code() == 0 ? app.exit(error) : refuse(error.what());
     }
-    const auto platform = vossel::windowPlatformHere();
+    auto platform = vossel::windowPlatformHere();
     const std::string best = options.prompt.empty() ? nameOfTheBest(platform) : options.prompt;
     if (best == "windows") {
-        return platform ? vossel::withWindows(*platform, argc, argv,
+        return platform ? vossel::withWindows(std::move(*platform), argc, argv,
                    [&](const auto& interface) { return serve(options, interface); })
                         : refuse(platform.reason());
     }

@@ -59,9 +59,8 @@ public:
         })
         , notices_(around.mainThread,
               [this] {
-                  // Nothing stands above a prompt.
                   if (PromptDialog* prompt = prompts_.window())
-                      prompt->raise();
+                      prompt->stayAbove();
               })
         , notifications_(around.mainThread, around.clock,
               [this](const UserNotification& notification) {
@@ -140,16 +139,17 @@ private:
 
 }
 
-Result<std::string> windowPlatformHere()
+Result<WindowPlatform> windowPlatformHere()
 {
     return windowPlatform();
 }
 
-int withWindows(const std::string& platform, int argc, char** argv,
+int withWindows(WindowPlatform platform, int argc, char** argv,
     const std::function<int(const UserInterface::Factory&)>& serve)
 {
-    ::setenv("QT_QPA_PLATFORM", platform.c_str(), 1);
+    ::setenv("QT_QPA_PLATFORM", platform.name.c_str(), 1);
     const QApplication application(argc, argv);
+    platform.connection.reset();
     QApplication::setApplicationName("Vossel");
     QApplication::setQuitOnLastWindowClosed(false);
     QPixmapCache::setCacheLimit(mostCachedPixmaps);

@@ -1,21 +1,21 @@
 #pragma once
 
 #include "foundation/result.h"
+#include "platform/window_platform.h"
 #include "programs/user_interface.h"
 
 #include <functional>
-#include <string>
 
 namespace vossel {
 
 // The user sits at a desktop. Builds without windows have this too, and say that there are none.
 
-// Where windows can be shown: Qt's name for the window system, or why there is none.
-[[nodiscard]] Result<std::string> windowPlatformHere();
+// Where windows can be shown, or why they cannot.
+[[nodiscard]] Result<WindowPlatform> windowPlatformHere();
 
 // Runs `serve` with the interface while there is an application of that window system; returns its
 // exit status.
-[[nodiscard]] int withWindows(const std::string& platform, int argc, char** argv,
+[[nodiscard]] int withWindows(WindowPlatform platform, int argc, char** argv,
     const std::function<int(const UserInterface::Factory&)>& serve);
 
 }

@@ -53,5 +53,5 @@ fixed_addresses() {
 }
 
 sources() {
-  find src hosts driver programs tests bench \( -name '*.h' -o -name '*.cpp' \) -type f | sort
+  find src hosts driver programs resources tests bench \( -name '*.h' -o -name '*.cpp' \) -type f | sort
 }

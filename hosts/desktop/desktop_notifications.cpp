@@ -44,12 +44,8 @@ void DesktopNotifications::deliver(const UserNotification& notification)
 
 void DesktopNotifications::show(const UserNotification& notification)
 {
-    const Clock::Instant now = clock_.now();
-    std::pair text(notification.title, notification.informativeText);
-    if (text == lastText_ && now < lastTime_ + quietTime)
+    if (isTooMuch(notification))
         return;
-    lastText_ = std::move(text);
-    lastTime_ = now;
     if (markup_)
         return notify(notification);
     call("GetCapabilities", {}, [this, notification](const QDBusMessage& reply) {
@@ -58,6 +54,22 @@ void DesktopNotifications::show(const UserNotification& notification)
         markup_ = reply.arguments().value(0).toStringList().contains("body-markup");
         notify(notification);
     });
+}
+
+bool DesktopNotifications::isTooMuch(const UserNotification& notification)
+{
+    const Clock::Instant now = clock_.now();
+    while (!recent_.empty() && recent_.front().time + quietTime <= now)
+        recent_.pop_front();
+    std::size_t ofTitle = 0;
+    for (const Shown& shown : recent_) {
+        if (shown.title != notification.title)
+            continue;
+        if (shown.text == notification.informativeText || ++ofTitle == mostInQuietTime)
+            return true;
+    }
+    recent_.push_back({now, notification.title, notification.informativeText});
+    return false;
 }
 
 void DesktopNotifications::notify(const UserNotification& notification)

@@ -8,11 +8,11 @@
 #include <QString>
 #include <QStringList>
 
+#include <deque>
 #include <functional>
 #include <map>
 #include <optional>
 #include <string>
-#include <utility>
 
 class QDBusMessage;
 
@@ -23,9 +23,10 @@ namespace vossel {
 // else is done on the main thread.
 class DesktopNotifications final : public NotificationCentre {
 public:
-    // The same text again within this time is not shown again: whoever composes a thousand events
-    // must not bury the screen.
-    static constexpr std::chrono::seconds quietTime{2};
+    // Of one title so many are shown in that time, and none twice with the same text: whoever
+    // composes a thousand events must not bury the screen.
+    static constexpr std::chrono::seconds quietTime{10};
+    static constexpr std::size_t mostInQuietTime = 3;
 
     // `instead` is called on the main thread with what the service does not take, or where there is
     // none.
@@ -38,6 +39,7 @@ public:
 
 private:
     void show(const UserNotification& notification);
+    [[nodiscard]] bool isTooMuch(const UserNotification& notification);
     void notify(const UserNotification& notification);
     void showInstead(const UserNotification& notification, const QDBusMessage& reply);
     void call(const QString& method, const QList<QVariant>& arguments,
@@ -50,8 +52,12 @@ private:
     QObject here_;
     std::optional<bool> markup_; // whether the service reads bodies as markup, once it has said so
     std::map<std::string, unsigned> shown_; // the service's numbers, by our identifiers
-    std::pair<std::string, std::string> lastText_;
-    Clock::Instant lastTime_{};
+    struct Shown {
+        Clock::Instant time;
+        std::string title;
+        std::string text;
+    };
+    std::deque<Shown> recent_;
 };
 
 }

@@ -34,6 +34,8 @@ AdvancedDialog::AdvancedDialog(Services given, QMPermissionsWindow& prompt)
         duration = std::make_unique<PressButton>(*services().theme, PressButton::Look::Segment);
     layOut();
     connectControls();
+    if (prompt_.requireTouchBar())
+        addTouchBar(prompt_);
 }
 
 AdvancedDialog::~AdvancedDialog() = default;
@@ -96,13 +98,6 @@ void AdvancedDialog::connectControls()
             acting([this, code] { prompt_.selectSegmentWithTag(code); }));
 }
 
-void AdvancedDialog::appear()
-{
-    PromptDialog::appear();
-    if (prompt_.requireTouchBar())
-        showTouchBar(prompt_);
-}
-
 void AdvancedDialog::sync()
 {
     PromptDialog::sync();
@@ -111,7 +106,7 @@ void AdvancedDialog::sync()
     header().program.setBytes(controls.applicationPathTextField.stringValue());
     header().program.setTruncation(controls.applicationPathTextField.truncation());
     header().setSigner(controls.codeSignTextField.stringValue(), prompt_.codeSignState());
-    setSentence(controls.activityDescriptionTextField.stringValue());
+    setSentence(controls.activityDescriptionTextField.stringValue(), prompt_.policyQuery());
     header().setDangerous(prompt_.alertType() != ALERT_ORDINARY);
     file_.setBytes(controls.filenameTextField.stringValue());
     file_.setTruncation(controls.filenameTextField.truncation());

@@ -20,7 +20,6 @@ public:
     AdvancedDialog(Services services, QMPermissionsWindow& prompt);
     ~AdvancedDialog() override;
 
-    void appear() override;
     void sync() override;
     void mouseMovedTo(QPointF position) override;
 

@@ -1,6 +1,6 @@
 #include "hosts/qt/choice_box.h"
 
-#include "hosts/qt/shown_text.h"
+#include "hosts/qt/shown_layout.h"
 
 #include <QListView>
 #include <QPainter>
@@ -22,27 +22,13 @@ constexpr double radius = 6;
 constexpr int recommendedRole = Qt::UserRole;
 const char* const recommendedText = "recommended";
 
-// One entry: the text, and a small sign where it is the recommended one.
-void paintEntry(QPainter& painter, const QRect& room, const QString& text, bool recommended,
-    const QColor& ink, const QColor& sign)
-{
-    QRect textRoom = room;
-    if (recommended) {
-        painter.setPen(sign);
-        painter.drawText(room, Qt::AlignVCenter | Qt::AlignRight, recommendedText);
-        textRoom.setRight(
-            room.right() - painter.fontMetrics().horizontalAdvance(recommendedText) - padding);
-    }
-    painter.setPen(ink);
-    painter.drawText(textRoom, Qt::AlignVCenter | Qt::AlignLeft,
-        painter.fontMetrics().elidedText(text, Qt::ElideMiddle, textRoom.width()));
 }
 
-class EntryDelegate final : public QStyledItemDelegate {
+class ChoiceBox::EntryDelegate final : public QStyledItemDelegate {
 public:
-    EntryDelegate(const PromptTheme& theme, QObject* parent)
-        : QStyledItemDelegate(parent)
-        , theme_(theme)
+    explicit EntryDelegate(ChoiceBox& box)
+        : QStyledItemDelegate(&box)
+        , box_(box)
     {
     }
 
@@ -53,21 +39,19 @@ public:
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
         const QModelIndex& index) const override
     {
+        const PromptTheme& theme = box_.theme_;
         const bool active = option.state.testFlag(QStyle::State_Selected);
         painter->save();
         painter->setFont(option.font);
-        painter->fillRect(option.rect, active ? theme_.accent : theme_.card);
-        paintEntry(*painter, option.rect.adjusted(padding, 0, -padding, 0),
-            index.data(Qt::DisplayRole).toString(), index.data(recommendedRole).toBool(),
-            active ? theme_.onAccent : theme_.text, active ? theme_.onAccent : theme_.accent);
+        painter->fillRect(option.rect, active ? theme.accent : theme.card);
+        box_.paintEntry(*painter, option.rect.adjusted(padding, 0, -padding, 0), index.row(),
+            active ? theme.onAccent : theme.text, active ? theme.onAccent : theme.accent);
         painter->restore();
     }
 
 private:
-    const PromptTheme& theme_;
+    const ChoiceBox& box_;
 };
-
-}
 
 ChoiceBox::ChoiceBox(const PromptTheme& theme)
     : theme_(theme)
@@ -78,7 +62,7 @@ ChoiceBox::ChoiceBox(const PromptTheme& theme)
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     view()->setTextElideMode(Qt::ElideMiddle);
     view()->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setItemDelegate(new EntryDelegate(theme, this));
+    setItemDelegate(new EntryDelegate(*this));
     connect(this, &QComboBox::activated, this, [this](int entry) {
         if (chosen_)
             chosen_(entry + first_);
@@ -92,10 +76,12 @@ void ChoiceBox::display(const PopUpButton& control, std::int64_t recommended)
         recommended_ = recommended;
         first_ = control.pullsDown() ? 1 : 0;
         clear();
+        texts_.clear();
         for (std::size_t item = static_cast<std::size_t>(first_); item < shown_.size(); ++item) {
-            const QString text = shownText(shown_[item].title).text;
-            const bool isRecommended = std::cmp_equal(item, recommended);
+            texts_.push_back(shownText(shown_[item].title));
+            const QString& text = texts_.back().text;
             addItem(text);
+            const bool isRecommended = std::cmp_equal(item, recommended);
             setItemData(count() - 1, isRecommended, recommendedRole);
             if (isRecommended)
                 setItemData(count() - 1, text + ", " + recommendedText, Qt::AccessibleTextRole);
@@ -124,13 +110,34 @@ void ChoiceBox::paintEvent(QPaintEvent*)
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
     const QColor ink = isEnabled() ? theme_.text : theme_.dim;
     paintEntry(painter, rect().adjusted(padding, 0, isEnabled() ? -arrowRoom : -padding, 0),
-        currentText(), currentData(recommendedRole).toBool(), ink, theme_.accent);
+        currentIndex(), ink, theme_.accent);
     if (!isEnabled())
         return;
     const QPointF middle(width() - arrowRoom / 2.0, height() / 2.0);
     painter.setPen(QPen(theme_.dim, 1.6));
     painter.drawPolyline(
         QPolygonF({middle + QPointF(-4, -2), middle + QPointF(0, 2.5), middle + QPointF(4, -2)}));
+}
+
+// The text, and a small sign where it is the recommended one.
+void ChoiceBox::paintEntry(
+    QPainter& painter, const QRect& room, int entry, const QColor& ink, const QColor& sign) const
+{
+    if (entry < 0 || std::cmp_greater_equal(entry, texts_.size()))
+        return;
+    QRect textRoom = room;
+    if (itemData(entry, recommendedRole).toBool()) {
+        painter.setPen(sign);
+        painter.drawText(room, Qt::AlignVCenter | Qt::AlignRight, recommendedText);
+        textRoom.setRight(
+            room.right() - painter.fontMetrics().horizontalAdvance(recommendedText) - padding);
+    }
+    painter.setPen(ink);
+    const ShownPlace place{font(), textRoom.width(), 1};
+    const double top = textRoom.top() + (textRoom.height() - QFontMetricsF(font()).height()) / 2;
+    draw(painter, QPointF(textRoom.left(), top),
+        fitted(texts_[static_cast<std::size_t>(entry)], Truncation::Middle, place), place,
+        ink == theme_.onAccent ? ink : theme_.caution);
 }
 
 void ChoiceBox::wheelEvent(QWheelEvent* event)

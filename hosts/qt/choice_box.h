@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hosts/qt/prompt_theme.h"
+#include "hosts/qt/shown_text.h"
 #include "ui/controls/pop_up_button.h"
 
 #include <QComboBox>
@@ -30,9 +31,15 @@ protected:
     void wheelEvent(QWheelEvent* event) override;
 
 private:
+    class EntryDelegate;
+
+    void paintEntry(QPainter& painter, const QRect& room, int entry, const QColor& ink,
+        const QColor& sign) const;
+
     const PromptTheme& theme_;
     std::function<void(std::int64_t)> chosen_;
     std::vector<PopUpItem> shown_;
+    std::vector<ShownText> texts_; // of the entries
     std::int64_t recommended_ = -1;
     int first_ = 0; // index of the item that is entry 0
 };

@@ -14,9 +14,9 @@ namespace vossel {
 namespace {
 
 // A list that a prompt has opened, and the strip below it, are windows of their own.
-PromptDialog* promptOf(QObject& object)
+PromptDialog* promptOf(QWindow& window)
 {
-    for (auto* widget = qobject_cast<QWidget*>(&object); widget; widget = widget->parentWidget()) {
+    for (QWidget* widget = QWidget::find(window.winId()); widget; widget = widget->parentWidget()) {
         if (auto* prompt = dynamic_cast<PromptDialog*>(widget))
             return prompt;
     }
@@ -59,53 +59,77 @@ InputGuard::~InputGuard()
 
 bool InputGuard::eventFilter(QObject* watched, QEvent* event)
 {
-    switch (event->type()) {
-    case QEvent::MouseButtonPress:
-    case QEvent::MouseButtonDblClick:
-        if (const PromptDialog* prompt = promptOf(*watched))
-            return dropsClick(*prompt, *static_cast<QMouseEvent*>(event));
+    const QEvent::Type type = event->type();
+    const bool isMouse = type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick
+        || type == QEvent::MouseButtonRelease || type == QEvent::MouseMove;
+    if (!watched->isWindowType()
+        || !(isMouse || type == QEvent::KeyPress || type == QEvent::KeyRelease))
         return false;
-    case QEvent::KeyPress:
-        if (PromptDialog* prompt = promptOf(*watched))
-            return dropsKey(
-                *prompt, *static_cast<QWidget*>(watched), *static_cast<QKeyEvent*>(event));
+    auto& window = *static_cast<QWindow*>(watched);
+    PromptDialog* prompt = promptOf(window);
+    if (!prompt)
         return false;
-    case QEvent::MouseMove:
-        if (PromptDialog* prompt = promptOf(*watched))
-            prompt->mouseMovedTo(static_cast<QMouseEvent*>(event)->globalPosition());
-        return false;
-    default:
+    if (type == QEvent::KeyPress)
+        return dropsKey(*prompt, *static_cast<QKeyEvent*>(event));
+    if (type == QEvent::KeyRelease) {
+        const auto& key = *static_cast<QKeyEvent*>(event);
+        lastRelease_ = Release{key.nativeScanCode(), timeOf(key)};
         return false;
     }
+    const auto& mouse = *static_cast<QMouseEvent*>(event);
+    if (type == QEvent::MouseButtonRelease)
+        return dropsRelease(window, mouse);
+    if (type != QEvent::MouseMove)
+        return dropsPress(*prompt, window, mouse);
+    if (&window == prompt->windowHandle())
+        prompt->mouseMovedTo(mouse.globalPosition());
+    return false;
 }
 
-bool InputGuard::dropsClick(const PromptDialog& prompt, const QMouseEvent& event)
+bool InputGuard::dropsPress(const PromptDialog& prompt, QWindow& window, const QMouseEvent& event)
 {
+    pressed_.erase(event.button());
     const InputOrigins::Time time = timeOf(event);
     if (!prompt.isArmed(time)) {
         sound_();
         return true;
     }
-    return !prompt.takesClick(
-        origins_.sourceOf({InputOrigins::Kind::Button, numberOf(event.button()), time}));
+    if (!prompt.takesClick(
+            origins_.sourceOf({InputOrigins::Kind::Button, numberOf(event.button()), time})))
+        return true;
+    pressed_[event.button()] = &window;
+    return false;
 }
 
-// The prompt's own window asks by itself whether a program pressed the key; a list does not.
-bool InputGuard::dropsKey(PromptDialog& prompt, const QWidget& target, const QKeyEvent& event)
+// A list takes its entry when the button is let go: only whoever pressed there may.
+bool InputGuard::dropsRelease(const QWindow& window, const QMouseEvent& event)
+{
+    const auto pressed = pressed_.find(event.button());
+    if (pressed == pressed_.end())
+        return true;
+    const bool elsewhere = pressed->second != &window;
+    pressed_.erase(pressed);
+    return elsewhere;
+}
+
+// The prompt itself asks whether a program pressed the key; a list does not.
+bool InputGuard::dropsKey(PromptDialog& prompt, const QKeyEvent& event)
 {
     if (isModifierKey(event))
         return false;
     const InputOrigins::Time time = timeOf(event);
+    const bool repeated
+        = event.isAutoRepeat() || lastRelease_ == Release{event.nativeScanCode(), time};
     if (!prompt.isArmed(time)) {
-        if (!event.isAutoRepeat())
+        if (!repeated)
             sound_();
         return true;
     }
     const EventSource source
         = origins_.sourceOf({InputOrigins::Kind::Key, event.nativeScanCode(), time});
-    if (&target != &prompt)
+    if (QApplication::activePopupWidget())
         return !prompt.takesKey(source);
-    prompt.setKeySource(source);
+    prompt.setKeySource(source, repeated);
     return false;
 }
 

@@ -109,9 +109,9 @@ void NoticeWindows::display(const Notice& notice)
 void NoticeWindows::displayAndWait(const Notice& notice)
 {
     if (mainThread_.isCurrent()) {
-        QEventLoop loop;
-        show(notice, [&loop] { loop.quit(); });
-        loop.exec();
+        const auto loop = std::make_shared<QEventLoop>(); // which may end with the program first
+        show(notice, [loop] { loop->quit(); });
+        loop->exec();
         return;
     }
     struct Wait {
@@ -139,42 +139,43 @@ void NoticeWindows::displayAndWait(const Notice& notice)
 void NoticeWindows::show(const Notice& notice, std::function<void()> dismissed)
 {
     const std::pair text(notice.header, notice.message);
-    auto found = std::find_if(
-        shown_.begin(), shown_.end(), [&](const Shown& shown) { return shown.text == text; });
-    if (found == shown_.end()) {
-        makeRoom();
-        const unsigned number = ++lastNumber_;
-        auto* window = new NoticeWindow(theme_, notice, [this, number] { close(number); });
-        if (notice.timeoutSeconds > 0)
-            QTimer::singleShot(std::chrono::seconds(notice.timeoutSeconds), window,
-                [this, number] { close(number); });
-        found = shown_.insert(shown_.end(), {number, text, window, {}});
-        (void)window->winId();
-        showOnEveryWorkspace(*window->windowHandle());
-        place();
-        window->show();
-        shownOne_();
-    }
-    if (dismissed)
-        found->dismissed.push_back(std::move(dismissed));
+    // One that somebody waits for stands until it is dismissed, whatever stands there already.
+    const bool stands = !dismissed
+        && std::any_of(
+            shown_.begin(), shown_.end(), [&](const Shown& shown) { return shown.text == text; });
+    if (stands)
+        return;
+    makeRoom();
+    const unsigned number = ++lastNumber_;
+    auto* window = new NoticeWindow(theme_, notice, [this, number] { close(number); });
+    if (notice.timeoutSeconds > 0)
+        QTimer::singleShot(
+            std::chrono::seconds(notice.timeoutSeconds), window, [this, number] { close(number); });
+    shown_.push_back({number, text, window, std::move(dismissed)});
+    (void)window->winId();
+    showOnEveryWorkspace(*window->windowHandle());
+    place();
+    window->show();
+    shownOne_();
 }
 
 void NoticeWindows::makeRoom()
 {
     const auto oldest = std::find_if(
-        shown_.begin(), shown_.end(), [](const Shown& shown) { return shown.dismissed.empty(); });
+        shown_.begin(), shown_.end(), [](const Shown& shown) { return !shown.dismissed; });
     if (shown_.size() >= mostShown && oldest != shown_.end())
         close(oldest->number);
 }
 
-// One above the other, the oldest lowest.
+// One above the other, the latest lowest, where a prompt covers it least.
 void NoticeWindows::place()
 {
     const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
     int floor = room.bottom();
-    for (const Shown& shown : shown_) {
-        floor -= gap + shown.window->height();
-        shown.window->move(room.right() - shown.window->width() - gap, std::max(floor, room.top()));
+    for (auto shown = shown_.rbegin(); shown != shown_.rend(); ++shown) {
+        floor -= gap + shown->window->height();
+        shown->window->move(
+            room.right() - shown->window->width() - gap, std::max(floor, room.top()));
     }
 }
 
@@ -189,8 +190,8 @@ void NoticeWindows::close(unsigned number)
     shown.window->hide();
     shown.window->deleteLater();
     place();
-    for (const auto& dismissed : shown.dismissed)
-        dismissed();
+    if (shown.dismissed)
+        shown.dismissed();
 }
 
 }

@@ -40,7 +40,7 @@ private:
         unsigned number = 0; // they are numbered as they come
         std::pair<std::string, std::string> text;
         QWidget* window = nullptr;
-        std::vector<std::function<void()>> dismissed;
+        std::function<void()> dismissed; // of whoever waits for it
     };
 
     void show(const Notice& notice, std::function<void()> dismissed);

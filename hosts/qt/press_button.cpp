@@ -2,6 +2,7 @@
 
 #include <QMouseEvent>
 #include <QPainter>
+#include <QPointer>
 
 #include <algorithm>
 #include <utility>
@@ -34,11 +35,13 @@ PressButton::PressButton(const PromptTheme& theme, Look look, double points)
     setFont(layoutFont(points, decides ? QFont::DemiBold : QFont::Normal));
     setFocusPolicy(Qt::NoFocus);
     setAutoDefault(false);
+    if (look == Look::Segment)
+        setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     setCheckable(look == Look::Segment);
     setAutoExclusive(look == Look::Segment);
     setCursor(Qt::PointingHandCursor);
     connect(this, &QPushButton::clicked, this, [this] {
-        const Act& act = underMouse_ ? pressed_ : pressedByProgram_;
+        const Act& act = pressing_ ? pressed_ : pressedByProgram_;
         if (act)
             act();
     });
@@ -143,15 +146,24 @@ void PressButton::paintEvent(QPaintEvent*)
 
 void PressButton::mousePressEvent(QMouseEvent* event)
 {
-    underMouse_ = event->button() == Qt::LeftButton;
+    if (event->button() == Qt::LeftButton)
+        pressing_ = true;
     QPushButton::mousePressEvent(event);
 }
 
 // The button may be gone when the click has been carried out.
 void PressButton::mouseReleaseEvent(QMouseEvent* event)
 {
+    const QPointer<PressButton> self(this);
     QPushButton::mouseReleaseEvent(event);
-    underMouse_ = false;
+    if (self && event->button() == Qt::LeftButton)
+        pressing_ = false;
+}
+
+void PressButton::hideEvent(QHideEvent* event)
+{
+    pressing_ = false;
+    QPushButton::hideEvent(event);
 }
 
 }

@@ -34,6 +34,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     [[nodiscard]] QColor lookColor() const;
@@ -45,7 +46,7 @@ private:
     QColor bezel_;
     QPixmap image_;
     bool highlighted_ = false;
-    bool underMouse_ = false; // between the mouse's press and its release
+    bool pressing_ = false; // between the mouse's press and its release
 };
 
 }

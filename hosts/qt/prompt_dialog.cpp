@@ -3,10 +3,11 @@
 #include "hosts/qt/key_events.h"
 #include "hosts/qt/touch_bar_strip.h"
 #include "hosts/qt/window_hints.h"
+#include "prompting/permissions_manager.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCursor>
-#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QPainter>
@@ -84,9 +85,10 @@ void PromptDialog::layOut()
     layout->addLayout(buttons);
 }
 
-void PromptDialog::setSentence(std::string_view sentence)
+void PromptDialog::setSentence(std::string_view sentence, const policy_query& query)
 {
-    header_.setSentence(sentence);
+    header_.setSentence(sentence,
+        {services_.manager.manicureDisplayPathForQuery(query), std::string(textOf(query.path))});
     setAccessibleName("Vossel: " + shownText(sentence).text);
 }
 
@@ -117,6 +119,8 @@ void PromptDialog::appear()
     raise();
     activateWindow();
     setFocus(Qt::ActiveWindowFocusReason);
+    if (strip_)
+        strip_->appearBelow(*this);
     for (QWidget* widget : findChildren<QWidget*>())
         widget->setMouseTracking(true);
     setMouseTracking(true);
@@ -129,8 +133,10 @@ void PromptDialog::place()
     const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
     if (!screen)
         screen = QGuiApplication::primaryScreen();
-    const QRect room = screen->availableGeometry().adjusted(
+    QRect room = screen->availableGeometry().adjusted(
         screenMargin, screenMargin, -screenMargin, -screenMargin);
+    if (strip_)
+        room.setBottom(room.bottom() - strip_->fitInto(room.width()));
     const int width = std::min(qRound(widthInLayout * layoutScale()), room.width());
     const int height = std::min(layout()->totalHeightForWidth(width), room.height());
     setFixedSize(width, height);
@@ -138,21 +144,23 @@ void PromptDialog::place()
         + QPoint(0, std::max(0, height * 3 / 5 - room.height() / 2)));
 }
 
-void PromptDialog::showStrip(
+void PromptDialog::addStrip(
     const TouchBar& bar, const std::function<TouchBarItem(std::string_view)>& itemFor)
 {
-    auto* strip = new TouchBarStrip(*services_.theme, *this, bar, itemFor,
+    strip_ = new TouchBarStrip(*services_.theme, *this, bar, itemFor,
         [this](PressButton& button, const std::function<void()>& action) {
             button.setAct(acting(action), actingForProgram(action));
         });
-    strip->appearBelow(*this);
 }
 
 void PromptDialog::moveEvent(QMoveEvent* event)
 {
     QDialog::moveEvent(event);
-    if (isVisible())
-        placed();
+    if (!isVisible())
+        return;
+    if (strip_)
+        strip_->moveBelow(*this);
+    placed();
 }
 
 Rect PromptDialog::frameOnScreen() const
@@ -188,8 +196,11 @@ void PromptDialog::sync()
     touchBarLabel_.setText(QString::fromStdString(frame_.touchBarLabel.stringValue()));
     touchBarLabel_.setVisible(!frame_.touchBarLabel.hidden());
     const WindowLevel level = frame_.window.state().level;
-    if (windowHandle() && std::exchange(level_, level) != level)
+    if (windowHandle() && std::exchange(level_, level) != level) {
         keepAbove(*windowHandle(), level == WindowLevel::Maximum);
+        if (strip_)
+            keepAbove(*strip_->windowHandle(), level == WindowLevel::Maximum);
+    }
 }
 
 void PromptDialog::showIcon(const ImageSource& image)
@@ -233,6 +244,43 @@ void PromptDialog::paintEvent(QPaintEvent*)
                 painted_();
         });
     }
+}
+
+void PromptDialog::arm()
+{
+    armedFrom_ = services_.origins.now() + static_cast<InputOrigins::Time>(armingTime.count());
+}
+
+void PromptDialog::stayAbove()
+{
+    if (retired_ || level_ != WindowLevel::Maximum || QApplication::activePopupWidget()
+        || frame_.window.state().tip)
+        return;
+    raise();
+    if (strip_)
+        strip_->raise();
+}
+
+// What was covered or away has not been seen meanwhile.
+void PromptDialog::comeBack()
+{
+    if (retired_ || level_ != WindowLevel::Maximum || QApplication::activePopupWidget())
+        return;
+    arm();
+    if (isMinimized())
+        showNormal();
+    stayAbove();
+}
+
+// Another window has taken the keyboard, or somebody has put this one away. It does not take the
+// keyboard back: who would type a password meanwhile?
+void PromptDialog::changeEvent(QEvent* event)
+{
+    QDialog::changeEvent(event);
+    const bool away = event->type() == QEvent::WindowStateChange && isMinimized();
+    const bool behind = event->type() == QEvent::ActivationChange && !isActiveWindow();
+    if (isVisible() && (away || behind))
+        QTimer::singleShot(0, this, [this] { comeBack(); });
 }
 
 // --- input --------------------------------------------------------------------------------------
@@ -291,7 +339,7 @@ void PromptDialog::keyPressEvent(QKeyEvent* event)
         return;
     }
     const KeyEvent key = toKeyEvent(*event, std::exchange(keySource_, {}));
-    if (event->isAutoRepeat() && !isArrow(key))
+    if (std::exchange(keyRepeated_, false) && !isArrow(key))
         return;
     acting([this, key] { frame_.window.keyDown(key); })();
 }
@@ -301,6 +349,12 @@ void PromptDialog::keyReleaseEvent(QKeyEvent* event)
     event->accept();
     if (event->key() == Qt::Key_Control)
         commandKeyChanged(false);
+}
+
+void PromptDialog::focusInEvent(QFocusEvent* event)
+{
+    commandKeyChanged(QGuiApplication::queryKeyboardModifiers().testFlag(Qt::ControlModifier));
+    QDialog::focusInEvent(event);
 }
 
 void PromptDialog::focusOutEvent(QFocusEvent* event)

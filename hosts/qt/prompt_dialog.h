@@ -22,6 +22,7 @@ namespace vossel {
 
 class PermissionsManager;
 class Processes;
+class TouchBarStrip;
 
 // The window of either prompt: what both show, and how the keyboard and the mouse reach the view
 // model. It decides nothing. Nothing that is done before a person can have seen it counts, and
@@ -45,7 +46,7 @@ public:
     static constexpr std::chrono::milliseconds armingTime{400};
 
     // In front of everything, with the keyboard.
-    virtual void appear();
+    void appear();
     // The prompt is over: nothing reaches the view model any more.
     void retire();
     [[nodiscard]] bool isRetired() const { return retired_; }
@@ -62,7 +63,13 @@ public:
     [[nodiscard]] bool takesClick(const EventSource& source) const;
     [[nodiscard]] bool takesKey(const EventSource& source) const;
     // Of a key that is about to be delivered here.
-    void setKeySource(const EventSource& source) { keySource_ = source; }
+    void setKeySource(const EventSource& source, bool repeated)
+    {
+        keySource_ = source;
+        keyRepeated_ = repeated;
+    }
+    // Above what has come to stand above it; not while somebody is asked for a password there.
+    void stayAbove();
     // In the coordinates of the screen.
     virtual void mouseMovedTo(QPointF) { }
     // Called when the window has been painted for the first time.
@@ -77,17 +84,17 @@ protected:
     // Deny and Allow stand on its right.
     [[nodiscard]] PressButton& extraButton() { return extra_; }
     // The headline, which a screen reader reads first.
-    void setSentence(std::string_view sentence);
+    void setSentence(std::string_view sentence, const policy_query& query);
     // Which keys shape the answer, beside those that give it.
     void setKeys(const QString& keys) { keys_ = keys; }
     // Of the screen and of this window, as the view model counts: from the lower left corner.
     [[nodiscard]] Rect frameOnScreen() const;
     [[nodiscard]] Rect frameInWindow(const QWidget& widget) const;
-    // Below the window, where the touch bar alone may answer.
+    // Below the window, where the touch bar alone may answer; before it appears.
     template <class Prompt>
-    void showTouchBar(Prompt& prompt)
+    void addTouchBar(Prompt& prompt)
     {
-        showStrip(prompt.touchBar(),
+        addStrip(prompt.touchBar(),
             [&prompt](std::string_view name) { return prompt.makeItemForIdentifier(name); });
     }
     // The window or something in it stands elsewhere now.
@@ -100,20 +107,24 @@ protected:
 
     void keyPressEvent(QKeyEvent* event) override;
     void keyReleaseEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void moveEvent(QMoveEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void showStrip(
+    void addStrip(
         const TouchBar& bar, const std::function<TouchBarItem(std::string_view)>& itemFor);
     void showKeys(const QColor& color);
     void layOut();
     void place();
     void showIcon(const ImageSource& image);
     void commandKeyChanged(bool down);
+    void arm();
+    void comeBack();
 
     const Services services_;
     const PromptFrame& frame_;
@@ -123,12 +134,14 @@ private:
     QString keys_;
     QLabel hint_;
     QLabel touchBarLabel_;
+    TouchBarStrip* strip_ = nullptr; // goes with the window
     PressButton extra_;
     PressButton deny_;
     PressButton allow_;
     std::optional<ImageSource> shownIcon_;
     std::optional<InputOrigins::Time> armedFrom_;
     EventSource keySource_;
+    bool keyRepeated_ = false;
     std::function<void()> painted_;
     double share_ = 1; // of the time that is left
     WindowLevel level_ = WindowLevel::Maximum;

@@ -15,9 +15,44 @@ namespace {
 constexpr int margin = 20;
 constexpr int badgeSize = 28;
 constexpr int mostSentenceLines = 4;
-// A name that fills the sentence must not leave its verb out.
-constexpr int longSentence = 200; // bytes
-constexpr int mostLongSentenceLines = 8;
+constexpr std::size_t longSentence = 200; // bytes
+constexpr int mostLongSentenceLines = 6;
+constexpr std::size_t mostNameColumns = 120;
+
+// Cut in its middle; columns stand for how wide it is.
+std::string shortName(const std::string& name)
+{
+    const Glyphs glyphs = toGlyphs(name, Charset::Utf8);
+    std::size_t columns = 0;
+    for (const Glyph& glyph : glyphs)
+        columns += glyph.columns;
+    if (columns <= mostNameColumns)
+        return name;
+    std::string head;
+    std::string tail;
+    std::size_t used = 0;
+    for (auto glyph = glyphs.begin(); used < mostNameColumns / 2; ++glyph) {
+        head += glyph->bytes;
+        used += glyph->columns;
+    }
+    used = 0;
+    for (auto glyph = glyphs.rbegin(); used < mostNameColumns / 2; ++glyph) {
+        tail.insert(0, glyph->bytes);
+        used += glyph->columns;
+    }
+    return head + "…" + tail;
+}
+
+std::string withShortNames(std::string sentence, const std::vector<std::string>& names)
+{
+    for (const std::string& name : names) {
+        const std::string shorter = shortName(name);
+        const std::size_t at = sentence.find(name);
+        if (shorter != name && at != std::string::npos)
+            sentence.replace(at, name.size(), shorter);
+    }
+    return sentence;
+}
 constexpr int stripe = 4;
 constexpr std::int64_t hurry = 10; // seconds
 
@@ -64,12 +99,13 @@ void PromptHeader::setIcon(const QPixmap& icon)
     icon_.setPixmap(icon);
 }
 
-void PromptHeader::setSentence(std::string_view text)
+void PromptHeader::setSentence(std::string_view text, const std::vector<std::string>& names)
 {
-    const bool isLong = text.size() > longSentence;
+    const std::string shorter = withShortNames(std::string(text), names);
+    const bool isLong = shorter.size() > longSentence;
     sentence_.setFont(layoutFont(isLong ? 12 : 16, QFont::DemiBold));
     sentence_.setMaximumLines(isLong ? mostLongSentenceLines : mostSentenceLines);
-    sentence_.setBytes(text);
+    sentence_.setBytes(shorter);
 }
 
 void PromptHeader::setSigner(std::string_view text, std::int32_t codeSignState)

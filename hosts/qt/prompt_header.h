@@ -8,7 +8,9 @@
 #include <QWidget>
 
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace vossel {
 
@@ -24,7 +26,8 @@ public:
     // A size in points; whoever has none gets an empty place.
     static constexpr int iconSize = 64;
     void setIcon(const QPixmap& icon);
-    void setSentence(std::string_view text);
+    // `names` may stand in it; those that are too long are cut there, so that the verb stays.
+    void setSentence(std::string_view text, const std::vector<std::string>& names);
     // An empty text stands for no signature, or for a signer without a name.
     void setSigner(std::string_view text, std::int32_t codeSignState);
     // Of a kind that deserves more care than others.

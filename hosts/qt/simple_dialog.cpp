@@ -36,6 +36,8 @@ SimpleDialog::SimpleDialog(Services given, QMSimplePermissionsWindow& prompt)
     extraButton().setObjectName("details");
     extraButton().setVisible(true);
     extraButton().setAct(acting([this] { prompt_.clickedAdvanced(); }));
+    if (prompt_.requireTouchBar())
+        addTouchBar(prompt_);
 }
 
 void SimpleDialog::layOut()
@@ -63,13 +65,6 @@ void SimpleDialog::layOut()
     grid->addLayout(durations, 2, 1);
 }
 
-void SimpleDialog::appear()
-{
-    PromptDialog::appear();
-    if (prompt_.requireTouchBar())
-        showTouchBar(prompt_);
-}
-
 void SimpleDialog::sync()
 {
     PromptDialog::sync();
@@ -81,7 +76,7 @@ void SimpleDialog::sync()
     header().name.setTruncation(name.truncation());
     header().program.setBytes(applicationPathText(services().manager, query));
     header().setSigner(controls.informationTextField.stringValue(), prompt_.codeSignState());
-    setSentence(controls.activityDescriptionTextField.stringValue());
+    setSentence(controls.activityDescriptionTextField.stringValue(), query);
     header().setDangerous(prompt_.alertType() != ALERT_ORDINARY);
     parent_.setBytes(parentPathText(services().processes, query));
     scope_.setBytes(textOf(query.path));

@@ -13,7 +13,6 @@ class SimpleDialog final : public PromptDialog {
 public:
     SimpleDialog(Services services, QMSimplePermissionsWindow& prompt);
 
-    void appear() override;
     void sync() override;
 
 private:

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "hosts/qt/prompt_theme.h"
-#include "hosts/qt/shown_text.h"
+#include "hosts/qt/shown_layout.h"
 #include "ui/controls/text_field.h"
 
 #include <QLabel>
@@ -32,15 +32,8 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    struct Piece {
-        QString text;
-        std::vector<ShownText::Escape> escapes;
-    };
-
-    [[nodiscard]] int linesOf(const QString& text, int width, int most) const;
-    [[nodiscard]] Piece fitted(int width) const;
-    // Without `left` glyphs at the place where the truncation wants.
-    [[nodiscard]] Piece without(std::size_t left) const;
+    // What there is room for; the lines never ask for more than they have.
+    [[nodiscard]] ShownPlace placeOf(int width, int height) const;
 
     ShownText shown_;
     QColor escapeColor_;

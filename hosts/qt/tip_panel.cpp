@@ -10,8 +10,7 @@ namespace vossel {
 namespace {
 
 constexpr int padding = 6;
-constexpr int mostLines = 12;
-constexpr int widest = 560;
+constexpr int widest = 640; // points
 
 }
 
@@ -23,14 +22,15 @@ TipPanel::TipPanel(const PromptTheme& theme, QWidget* window)
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TransparentForMouseEvents);
     text_.setParent(this);
-    text_.setMaximumLines(mostLines);
 }
 
 void TipPanel::showAt(const TipWindow& tip, QPoint corner)
 {
     text_.setBytes(tip.text);
     const QRect room = parentWidget()->screen()->availableGeometry();
-    const int width = std::min({text_.sizeHint().width(), widest, room.width() - 2 * padding});
+    const int width = std::min(
+        {text_.sizeHint().width(), qRound(widest * layoutScale()), room.width() - 2 * padding});
+    text_.setMaximumLines(std::max(2, (room.height() - 2 * padding) / text_.sizeHint().height()));
     const int height = text_.heightForWidth(width);
     text_.setGeometry(padding, padding, width, height);
     resize(width + 2 * padding, height + 2 * padding);

@@ -5,12 +5,13 @@
 #include "hosts/qt/window_hints.h"
 
 #include <QCloseEvent>
-#include <QHBoxLayout>
 #include <QPainter>
 #include <QScreen>
 #include <QWindow>
 
 #include <algorithm>
+#include <numeric>
+#include <utility>
 
 namespace vossel {
 
@@ -45,31 +46,53 @@ TouchBarStrip::TouchBarStrip(const PromptTheme& theme, PromptDialog& prompt, con
 {
     setAttribute(Qt::WA_ShowWithoutActivating);
     setWindowTitle("Vossel touch bar");
-    auto* layout = new QHBoxLayout(this);
-    layout->setContentsMargins(10, 8, 10, 8);
-    layout->setSpacing(8);
+    layout_ = new QGridLayout(this);
+    layout_->setContentsMargins(10, 8, 10, 8);
+    layout_->setSpacing(8);
     for (const std::string& identifier : bar.defaultItemIdentifiers) {
         const TouchBarItem item = itemFor(identifier);
         if (!item.view)
             continue;
         PressButton* button = buttonOf(item, theme);
         connect(*button, item.view->action);
-        layout->addWidget(button);
+        buttons_.push_back(button);
     }
+}
+
+int TouchBarStrip::fitInto(int width)
+{
+    int widest = 0;
+    for (const PressButton* button : buttons_)
+        widest = std::max(widest, button->sizeHint().width() + layout_->spacing());
+    const int needed = std::accumulate(
+        buttons_.begin(), buttons_.end(), 0, [this](int sum, const PressButton* button) {
+            return sum + button->sizeHint().width() + layout_->spacing();
+        });
+    const bool oneRow = needed + layout_->contentsMargins().left() * 2 <= width;
+    const int columns = oneRow ? static_cast<int>(buttons_.size())
+                               : std::clamp(width / std::max(1, widest), 1, 4);
+    for (int i = 0; std::cmp_less(i, buttons_.size()); ++i)
+        layout_->addWidget(buttons_[static_cast<std::size_t>(i)], i / columns, i % columns);
+    adjustSize();
+    return height() + gap;
 }
 
 void TouchBarStrip::appearBelow(const QWidget& prompt)
 {
-    adjustSize();
+    moveBelow(prompt);
+    (void)winId();
+    showOnEveryWorkspace(*windowHandle());
+    show();
+    raise();
+}
+
+void TouchBarStrip::moveBelow(const QWidget& prompt)
+{
     const QRect room = prompt.screen()->availableGeometry();
     const QPoint corner(prompt.x() + (prompt.width() - width()) / 2,
         std::min(prompt.y() + prompt.height() + gap, room.bottom() - height()));
     move(std::clamp(corner.x(), room.left(), std::max(room.left(), room.right() - width())),
         corner.y());
-    (void)winId();
-    showOnEveryWorkspace(*windowHandle());
-    show();
-    raise();
 }
 
 void TouchBarStrip::closeEvent(QCloseEvent* event)

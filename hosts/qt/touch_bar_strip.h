@@ -3,10 +3,12 @@
 #include "hosts/qt/press_button.h"
 #include "ui/controls/touch_bar.h"
 
+#include <QGridLayout>
 #include <QWidget>
 
 #include <functional>
 #include <string_view>
+#include <vector>
 
 namespace vossel {
 
@@ -21,7 +23,10 @@ public:
         const std::function<TouchBarItem(std::string_view)>& itemFor,
         const std::function<void(PressButton&, std::function<void()>)>& connect);
 
+    // Takes as many rows as that width makes necessary; returns the height it needs below a prompt.
+    int fitInto(int width);
     void appearBelow(const QWidget& prompt);
+    void moveBelow(const QWidget& prompt);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -29,6 +34,8 @@ protected:
 
 private:
     const PromptTheme& theme_;
+    QGridLayout* layout_ = nullptr;
+    std::vector<PressButton*> buttons_; // from left to right
 };
 
 }

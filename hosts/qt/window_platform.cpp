@@ -9,7 +9,8 @@
 #include <sys/un.h>
 
 #include <cstdlib>
-#include <cstring>
+#include <memory>
+#include <utility>
 #include <xcb/xcb.h>
 
 namespace vossel {
@@ -22,12 +23,11 @@ bool isSet(const char* variable)
     return value && *value != '\0';
 }
 
-bool xServerAnswers()
+// Null where none answers.
+std::shared_ptr<void> connectToXServer()
 {
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    const bool answers = xcb_connection_has_error(connection) == 0;
-    xcb_disconnect(connection);
-    return answers;
+    std::shared_ptr<xcb_connection_t> connection(xcb_connect(nullptr, nullptr), xcb_disconnect);
+    return xcb_connection_has_error(connection.get()) == 0 ? connection : nullptr;
 }
 
 bool compositorAnswers()
@@ -55,14 +55,14 @@ bool hasPlugin(const QString& name)
 
 }
 
-Result<std::string> windowPlatform()
+Result<WindowPlatform> windowPlatform()
 {
     if (isSet("QT_QPA_PLATFORM"))
-        return std::string(std::getenv("QT_QPA_PLATFORM"));
+        return WindowPlatform{std::getenv("QT_QPA_PLATFORM")};
     std::string reason = "there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set";
     if (isSet("DISPLAY")) {
-        if (xServerAnswers())
-            return std::string("xcb");
+        if (auto connection = connectToXServer())
+            return WindowPlatform{"xcb", std::move(connection)};
         reason = "the display " + std::string(std::getenv("DISPLAY")) + " does not answer";
     }
     if (isSet("WAYLAND_DISPLAY")) {
@@ -72,7 +72,7 @@ Result<std::string> windowPlatform()
         else if (!hasPlugin("qwayland-generic"))
             reason = "Qt's plugin for Wayland is not installed (package qt6-wayland)";
         else
-            return std::string("wayland");
+            return WindowPlatform{"wayland"};
     }
     return Failure{reason};
 }

@@ -1,15 +1,14 @@
 #pragma once
 
 #include "foundation/result.h"
-
-#include <string>
+#include "platform/window_platform.h"
 
 namespace vossel {
 
 // Where windows can be shown, before any part of Qt's windows is made, which would end the program
-// if they cannot: Qt's name for the window system, or why there is none. An X server comes before a
+// if they cannot; or why they cannot. An X server comes before a
 // Wayland compositor, which neither keeps a window above others nor tells who pressed a key; what
 // QT_QPA_PLATFORM names comes before both.
-[[nodiscard]] Result<std::string> windowPlatform();
+[[nodiscard]] Result<WindowPlatform> windowPlatform();
 
 }

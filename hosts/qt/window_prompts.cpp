@@ -105,6 +105,8 @@ void WindowPrompts::tick()
     const Clock::Duration left
         = std::max(Clock::Duration::zero(), wait_->deadline() - services_.clock.now());
     window_->showTimeLeft(toMilliseconds(left), toMilliseconds(whole_));
+    if (window_->isVisible())
+        window_->stayAbove();
     if (left == Clock::Duration::zero())
         return;
     const Clock::Duration toNext = left % second;

@@ -3,6 +3,7 @@
 #include "foundation/path_text.h"
 #include "foundation/text_format.h"
 #include "foundation/utf8.h"
+#include "platform/input_origins.h"
 #include "platform/notifications.h"
 #include "platform/processes.h"
 
@@ -20,13 +21,18 @@ void UserNotices::displayNotice(std::string_view header, std::string_view messag
 
 void UserNotices::sendIgnoredNotificationForPid(std::int32_t pid, std::string_view type) const
 {
-    const std::string path = host_.processes.executablePath(static_cast<std::uint32_t>(pid));
-    const std::string name
-        = path.empty() ? "unknown program" : toValidUtf8(lastPathComponent(path));
     UserNotification notification;
     notification.title = formatText("Ignoring %@", {type});
-    notification.informativeText = formatText(
-        "Ignored software-composed %@ from %@ (%@)", {type, name, std::to_string(pid)});
+    if (pid == unnamedProgram.processId) {
+        notification.informativeText = formatText(
+            "Ignored software-composed %@ from a program that nobody can name", {type});
+    } else {
+        const std::string path = host_.processes.executablePath(static_cast<std::uint32_t>(pid));
+        const std::string name
+            = path.empty() ? "unknown program" : toValidUtf8(lastPathComponent(path));
+        notification.informativeText = formatText(
+            "Ignored software-composed %@ from %@ (%@)", {type, name, std::to_string(pid)});
+    }
     host_.notifications.deliver(notification);
 }
 

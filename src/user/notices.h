@@ -22,7 +22,8 @@ public:
     void displayNotice(std::string_view header, std::string_view message) const;
 
     // Tells that input composed by a program was not taken; `type` is "keypresses" or "mouse
-    // clicks". A program that has already ended is called "unknown program".
+    // clicks". A program that has already ended is called "unknown program"; that of
+    // `unnamedProgram` stands for one that nobody can name.
     void sendIgnoredNotificationForPid(std::int32_t pid, std::string_view type) const;
 
 private:

@@ -246,6 +246,69 @@ TEST(PromptInputTest, SoundsWhereNothingIsDone)
     }
 }
 
+// As an X server repeats a key: the release has the time of the press after it.
+TEST(PromptInputTest, AKeyThatIsHeldDownDecidesOnce)
+{
+    WindowFixture agent;
+    agent.present(document());
+    agent.press(Qt::Key_Escape);
+    EXPECT_NE(answer(agent), "");
+    PromptDialog& next = agent.present(document());
+    for (int repeat = 0; repeat < 3; ++repeat) {
+        agent.origins.time += 40;
+        agent.release(Qt::Key_Escape);
+        agent.press(Qt::Key_Escape);
+    }
+    EXPECT_TRUE(next.isVisible());
+    EXPECT_EQ(answer(agent), "");
+    agent.release(Qt::Key_Escape);
+    agent.origins.time += 40;
+    agent.press(Qt::Key_Escape);
+    EXPECT_NE(answer(agent), "");
+}
+
+TEST(PromptInputTest, TakesAnEntryOnlyFromWhoeverPressedInTheList)
+{
+    WindowFixture agent;
+    PromptDialog& window = agent.present(document());
+    auto* paths = window.findChild<ChoiceBox*>("paths");
+    const auto list = [&]() -> QWidget& { return *paths->view()->viewport(); };
+    const auto lastEntry = [&] {
+        return paths->view()->visualRect(paths->model()->index(paths->count() - 1, 0)).center();
+    };
+    const auto open = [&] {
+        agent.click("paths");
+        ASSERT_TRUE(list().isVisible());
+        agent.mouse(QEvent::MouseMove, list(), lastEntry(), Qt::NoButton, {});
+    };
+    open();
+    agent.mouse(QEvent::MouseButtonRelease, list(), lastEntry()); // that nobody pressed
+    EXPECT_TRUE(list().isVisible());
+    agent.mouse(QEvent::MouseButtonPress, list(), lastEntry());
+    agent.mouse(QEvent::MouseButtonRelease, list(), lastEntry());
+    EXPECT_FALSE(list().isVisible());
+    agent.click("allow");
+    EXPECT_EQ(answer(agent), "allow 1 3 7 2 ");
+}
+
+TEST(PromptInputTest, OtherButtonsMeanNothing)
+{
+    WindowFixture agent;
+    PromptDialog& window = agent.present(document());
+    auto& allow = *window.findChild<PressButton*>("allow");
+    const QPoint middle = allow.rect().center();
+    agent.mouse(QEvent::MouseButtonPress, allow, middle, Qt::RightButton, Qt::RightButton);
+    agent.mouse(QEvent::MouseButtonRelease, allow, middle, Qt::RightButton);
+    EXPECT_EQ(answer(agent), "");
+    const Qt::MouseButtons both = Qt::LeftButton | Qt::RightButton;
+    agent.mouse(QEvent::MouseButtonPress, allow, middle);
+    agent.mouse(QEvent::MouseButtonPress, allow, middle, Qt::RightButton, both);
+    agent.mouse(QEvent::MouseButtonRelease, allow, middle, Qt::RightButton, both);
+    agent.mouse(QEvent::MouseButtonRelease, allow, middle);
+    EXPECT_NE(answer(agent), "");
+    EXPECT_EQ(agent.host.notifications.delivered.get().size(), 0u);
+}
+
 TEST(PromptInputTest, HighlightsAllowExactlyWhileControlWouldAllow)
 {
     WindowFixture agent;
@@ -303,20 +366,20 @@ TEST(PromptInputTest, ShowsTheWholeOfACutText)
                     texts.push_back(text->text());
         return texts;
     };
-    const auto* file = [&] {
-        for (const auto* label : window.findChildren<TextView*>())
+    auto* file = [&] {
+        for (auto* label : window.findChildren<TextView*>())
             if (label->text().startsWith("/home/ann/xxx"))
                 return label;
-        return static_cast<const TextView*>(nullptr);
+        return static_cast<TextView*>(nullptr);
     }();
     ASSERT_TRUE(file);
-    window.mouseMovedTo(file->mapToGlobal(QPoint(5, 5)));
+    agent.mouse(QEvent::MouseMove, *file, {5, 5}, Qt::NoButton, {});
     EXPECT_TRUE(tips().empty());
     agent.host.clock.advance(std::chrono::seconds(1));
     agent.settle();
     ASSERT_EQ(tips().size(), 1u);
     EXPECT_EQ(tips()[0], file->text());
-    window.mouseMovedTo(window.mapToGlobal(QPoint(1, 1)));
+    agent.mouse(QEvent::MouseMove, window, {1, 1}, Qt::NoButton, {});
     EXPECT_TRUE(tips().empty());
 }
 

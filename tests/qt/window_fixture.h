@@ -10,6 +10,7 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPushButton>
+#include <QWindow>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -78,11 +79,19 @@ struct WindowFixture : AgentFixture {
         QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
+    // As the window system delivers them.
     void press(int key, Qt::KeyboardModifiers modifiers = {}, bool repeated = false)
     {
         QKeyEvent event(QEvent::KeyPress, key, modifiers, 36, 0, 0, QString(), repeated);
         event.setTimestamp(origins.time);
-        QApplication::sendEvent(prompts.window(), &event);
+        QApplication::sendEvent(prompts.window()->windowHandle(), &event);
+        settle();
+    }
+    void release(int key)
+    {
+        QKeyEvent event(QEvent::KeyRelease, key, {}, 36, 0, 0);
+        event.setTimestamp(origins.time);
+        QApplication::sendEvent(prompts.window()->windowHandle(), &event);
         settle();
     }
     void click(const QString& name)
@@ -93,13 +102,19 @@ struct WindowFixture : AgentFixture {
     }
     void click(QWidget& widget)
     {
-        for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-            const QPointF middle = QRectF(widget.rect()).center();
-            QMouseEvent event(type, middle, widget.mapToGlobal(middle), Qt::LeftButton,
-                type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
-            event.setTimestamp(origins.time);
-            QApplication::sendEvent(&widget, &event);
-        }
+        mouse(QEvent::MouseButtonPress, widget, widget.rect().center());
+        mouse(QEvent::MouseButtonRelease, widget, widget.rect().center());
+    }
+    void mouse(QEvent::Type type, QWidget& widget, QPoint at,
+        Qt::MouseButton button = Qt::LeftButton, Qt::MouseButtons buttons = Qt::LeftButton)
+    {
+        QWidget* window = widget.window();
+        if (type == QEvent::MouseButtonRelease)
+            buttons &= ~Qt::MouseButtons(button);
+        QMouseEvent event(type, widget.mapTo(window, at), widget.mapToGlobal(at), button, buttons,
+            Qt::NoModifier);
+        event.setTimestamp(origins.time);
+        QApplication::sendEvent(window->windowHandle(), &event);
         settle();
     }
     [[nodiscard]] int sounds() const { return host.alertSound.played.get(); }

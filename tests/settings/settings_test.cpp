@@ -25,6 +25,8 @@ TEST(Directories, EveryPathMovesWithThePrefix)
         {at.autodetectAssets(), "/Users/Shared/Vossel Extras/Autodetect/"},
         {at.warningImage(), "/Library/Application Support/Vossel/warning.png"},
         {at.lockImage(), "/Library/Application Support/Vossel/lock.png"},
+        {at.buildNumber(), "/Library/Application Support/Vossel/build_number"},
+        {at.userGuide(), "/Library/Application Support/Vossel/Vossel User Guide.pdf"},
         {at.configurationApplication(), "/Applications/Vossel Configuration.app"},
         {at.driverSocket(), "/run/vossel/VosselDriver.sock"},
     };

@@ -90,7 +90,7 @@ TEST_F(User, TellsOfNoticesAndIgnoredInput)
     EXPECT_EQ(
         delivered[0].informativeText, "Ignored software-composed keypresses from typer (4242)");
     EXPECT_EQ(delivered[1].informativeText,
-        "Ignored software-composed mouse clicks from unknown program (-1)");
+        "Ignored software-composed mouse clicks from a program that nobody can name");
 }
 
 }
