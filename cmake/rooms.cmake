@@ -19,5 +19,5 @@ function(vossel_test room)
   target_link_libraries(${room}_test PRIVATE vossel_options vossel_test_support ${TEST_LINKS} GTest::gmock GTest::gtest GTest::gtest_main)
   gtest_discover_tests(${room}_test TEST_PREFIX ${room}. DISCOVERY_TIMEOUT 60 PROPERTIES
     TIMEOUT 300
-    ENVIRONMENT LSAN_OPTIONS=print_suppressions=0:suppressions=${PROJECT_SOURCE_DIR}/tests/leaks.supp)
+    ENVIRONMENT "LSAN_OPTIONS=print_suppressions=0:suppressions=${PROJECT_SOURCE_DIR}/tests/leaks.supp;VOSSEL_PICTURES=${PROJECT_BINARY_DIR}/pictures")
 endfunction()

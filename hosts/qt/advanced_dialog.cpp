@@ -43,6 +43,7 @@ AdvancedDialog::~AdvancedDialog() = default;
 void AdvancedDialog::layOut()
 {
     const PromptTheme& theme = *services().theme;
+    file_.setObjectName("file");
     paths_.setObjectName("paths");
     processes_.setObjectName("processes");
     operations_.setObjectName("operations");

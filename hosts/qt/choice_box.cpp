@@ -4,6 +4,7 @@
 
 #include <QListView>
 #include <QPainter>
+#include <QScreen>
 #include <QStyledItemDelegate>
 #include <QWheelEvent>
 
@@ -18,6 +19,7 @@ constexpr int padding = 10;
 constexpr int arrowRoom = 26;
 constexpr int leastHeight = 28;
 constexpr int leastWidth = 120;
+constexpr int screenMargin = 8;
 constexpr double radius = 6;
 constexpr int recommendedRole = Qt::UserRole;
 const char* const recommendedText = "recommended";
@@ -99,6 +101,18 @@ QSize ChoiceBox::sizeHint() const
 QSize ChoiceBox::minimumSizeHint() const
 {
     return sizeHint();
+}
+
+// As wide as the longest entry, but never beyond the screen.
+void ChoiceBox::showPopup()
+{
+    QComboBox::showPopup();
+    QWidget* list = view()->window();
+    const QRect room = screen()->availableGeometry().adjusted(
+        screenMargin, screenMargin, -screenMargin, -screenMargin);
+    list->resize(std::min(list->width(), room.width()), std::min(list->height(), room.height()));
+    list->move(std::clamp(list->x(), room.left(), room.right() - list->width() + 1),
+        std::clamp(list->y(), room.top(), room.bottom() - list->height() + 1));
 }
 
 void ChoiceBox::paintEvent(QPaintEvent*)

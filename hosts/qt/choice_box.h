@@ -25,6 +25,7 @@ public:
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
+    void showPopup() override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -2,6 +2,7 @@
 #include "hosts/qt/question_dialog.h"
 #include "hosts/qt/question_window.h"
 #include "hosts/simulated/simulated_host.h"
+#include "qt/window_fixture.h"
 
 #include <QApplication>
 #include <QLineEdit>
@@ -64,6 +65,7 @@ TEST_F(NoticeWindowsTest, StandOnceAndGiveWayToLaterOnes)
     say("a");
     say("b\n<b>");
     EXPECT_THAT(texts(), ElementsAre("a", "b\\n<b>"));
+    EXPECT_TRUE(shown<QWidget>().at(0)->grab().save(QString::fromStdString(pictureFile("notice"))));
     say("c");
     say("d");
     EXPECT_THAT(texts(), ElementsAre("b\\n<b>", "c", "d"));
@@ -116,6 +118,7 @@ TEST(QuestionWindowTest, TakesWhatIsTypedOrNothing)
         return text->text() == "That was wrong." && text->isVisible();
     }));
     line->setText("grün");
+    EXPECT_TRUE(dialog->grab().save(QString::fromStdString(pictureFile("question"))));
     dialog->accept();
     EXPECT_TRUE(shown<QuestionDialog>().empty());
 

@@ -98,6 +98,36 @@ struct FinishedCounter final : QMFirstRunWindowControllerDelegate {
     void firstRunHasEnded() override { ++ended; }
 };
 
+// What stands beside a prompt: windows of their own.
+TEST(WindowPicturesTest, ShowTheStripAnOpenListAndATip)
+{
+    const auto others = [](const PromptDialog& prompt) {
+        std::vector<QWidget*> windows;
+        for (QWidget* widget : prompt.findChildren<QWidget*>())
+            if (widget->isWindow() && widget->isVisible())
+                windows.push_back(widget);
+        return windows;
+    };
+    for (const std::string name : {"strip", "list", "tip"}) {
+        WindowFixture agent;
+        agent.writePreferences(
+            {{"access.user.detail", 2}, {"ui.prompts.oob", name == "strip" ? 1 : 0}});
+        PromptDialog& prompt = agent.present(hostile());
+        if (name == "list")
+            agent.click("paths");
+        if (name == "tip") {
+            agent.mouse(
+                QEvent::MouseMove, *prompt.findChild<TextView*>("file"), {9, 5}, Qt::NoButton, {});
+            agent.host.clock.advance(std::chrono::seconds(1));
+            agent.settle();
+        }
+        const auto windows = others(prompt);
+        ASSERT_EQ(windows.size(), 1u) << name;
+        EXPECT_TRUE(windows[0]->grab().save(QString::fromStdString(pictureFile(name))));
+        EXPECT_TRUE(prompt.screen()->availableGeometry().contains(windows[0]->geometry())) << name;
+    }
+}
+
 TEST(WindowPicturesTest, ShowFirstRunAndAbout)
 {
     for (const ColorScheme scheme : {ColorScheme::Light, ColorScheme::Dark}) {
