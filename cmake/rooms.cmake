@@ -17,6 +17,10 @@ function(vossel_test room)
   cmake_parse_arguments(TEST "" "" "SOURCES;LINKS" ${ARGN})
   add_executable(${room}_test ${TEST_SOURCES})
   target_link_libraries(${room}_test PRIVATE vossel_options vossel_test_support ${TEST_LINKS} GTest::gmock GTest::gtest GTest::gtest_main)
+  list(LENGTH TEST_SOURCES count)
+  if(VOSSEL_PRECOMPILE AND count GREATER 3)
+    target_precompile_headers(${room}_test PRIVATE <gmock/gmock.h> <gtest/gtest.h> <filesystem> <functional> <map>)
+  endif()
   gtest_discover_tests(${room}_test TEST_PREFIX ${room}. DISCOVERY_TIMEOUT 60 PROPERTIES
     TIMEOUT 300
     ENVIRONMENT "LSAN_OPTIONS=print_suppressions=0:suppressions=${PROJECT_SOURCE_DIR}/tests/leaks.supp;VOSSEL_PICTURES=${PROJECT_BINARY_DIR}/pictures")

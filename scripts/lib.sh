@@ -36,6 +36,9 @@ need() {
     apt-get -q install -y --no-install-recommends "${missing[@]}"
 }
 
+# Precompiled headers, which the sanitized builds use, are cached only with this.
+export CCACHE_SLOPPINESS=pch_defines,time_macros
+
 # configure PRESET [OPTION...]
 configure() {
   local preset=$1
