@@ -17,7 +17,6 @@
 #include <QPixmapCache>
 
 #include <cstdio>
-#include <cstdlib>
 
 namespace vossel {
 
@@ -147,7 +146,7 @@ Result<WindowPlatform> windowPlatformHere()
 int withWindows(WindowPlatform platform, int argc, char** argv,
     const std::function<int(const UserInterface::Factory&)>& serve)
 {
-    ::setenv("QT_QPA_PLATFORM", platform.name.c_str(), 1);
+    qputenv("QT_QPA_PLATFORM", platform.name.c_str());
     const QApplication application(argc, argv);
     platform.connection.reset();
     QApplication::setApplicationName("Vossel");

@@ -2,6 +2,9 @@
 
 #include "foundation/text_format.h"
 
+#include <QString>
+#include <QtGlobal>
+
 #include <string>
 
 namespace vossel {
@@ -11,8 +14,8 @@ Result<std::unique_ptr<X11Connection>> X11Connection::open(const char* displayNa
     std::unique_ptr<X11Connection> opened(new X11Connection(xcb_connect(displayName, nullptr)));
     if (!opened->isLost())
         return opened;
-    const char* variable = std::getenv("DISPLAY");
-    const std::string name = displayName ? displayName : variable ? variable : "";
+    const std::string name
+        = displayName ? displayName : qEnvironmentVariable("DISPLAY").toStdString();
     return Failure{"cannot connect to the X server \"" + name + "\""};
 }
 

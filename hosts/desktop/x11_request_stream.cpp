@@ -74,6 +74,7 @@ Result<std::unique_ptr<X11RequestStream>> X11RequestStream::open(
     std::unique_ptr<X11RequestStream> stream(new X11RequestStream(std::move(*data)));
     stream->recordMajor_ = record->major;
     std::vector<xcb_record_range_t> ranges;
+    ranges.reserve(requests.size() + 1);
     for (const Requests& some : requests)
         ranges.push_back(rangeOf(some));
     ranges.push_back(rangeOf({record->major, registerClients, unregisterClients}));

@@ -103,7 +103,10 @@ void PromptDialog::showKeys(const QColor& color)
 void PromptDialog::pointToKeys()
 {
     showKeys(services_.theme->danger);
-    QTimer::singleShot(pointing, this, [this] { showKeys(services_.theme->dim); });
+    QTimer::singleShot(pointing, this, [this] {
+        if (!retired_)
+            showKeys(services_.theme->dim);
+    });
 }
 
 // --- on the screen ------------------------------------------------------------------------------
@@ -238,8 +241,7 @@ void PromptDialog::paintEvent(QPaintEvent*)
     // When this paint has been sent to the screen.
     if (std::exchange(firstPaint_, false)) {
         QTimer::singleShot(0, this, [this] {
-            armedFrom_
-                = services_.origins.now() + static_cast<InputOrigins::Time>(armingTime.count());
+            arm();
             if (painted_)
                 painted_();
         });
@@ -323,7 +325,8 @@ PressButton::Act PromptDialog::actingForProgram(std::function<void()> act)
     };
 }
 
-void PromptDialog::connectDecisions(std::function<void()> deny, std::function<void()> allow)
+void PromptDialog::connectDecisions(
+    const std::function<void()>& deny, const std::function<void()>& allow)
 {
     deny_.setAct(acting(deny), actingForProgram(deny));
     allow_.setAct(acting(allow), actingForProgram(allow));

@@ -2,13 +2,12 @@
 
 #include "hosts/qt/press_button.h"
 #include "hosts/qt/prompt_header.h"
+#include "hosts/qt/prompt_services.h"
 #include "platform/input_origins.h"
-#include "ui/controls/image_view.h"
 #include "ui/controls/touch_bar.h"
 #include "ui/prompt/prompt_frame.h"
 
 #include <QDialog>
-#include <QImage>
 #include <QPointF>
 #include <QScrollArea>
 
@@ -20,8 +19,6 @@
 
 namespace vossel {
 
-class PermissionsManager;
-class Processes;
 class TouchBarStrip;
 
 // The window of either prompt: what both show, and how the keyboard and the mouse reach the view
@@ -29,18 +26,7 @@ class TouchBarStrip;
 // nobody closes it but whoever made it. Main thread.
 class PromptDialog : public QDialog {
 public:
-    struct Services {
-        std::shared_ptr<const PromptTheme> theme;
-        InputOrigins& origins;
-        // About so many pixels in each direction; null where there is no such image.
-        std::function<QImage(const ImageSource& source, int pixels)> image;
-        const PermissionsManager& manager;
-        const Processes& processes;
-        std::function<void()> sound; // that something was not done
-        // Carries an act out when the event that asked for it has been dealt with: the act may end
-        // the window.
-        std::function<void(std::function<void()>)> later;
-    };
+    using Services = PromptServices;
 
     // How long a person needs to see what has appeared.
     static constexpr std::chrono::milliseconds armingTime{400};
@@ -99,7 +85,7 @@ protected:
     }
     // The window or something in it stands elsewhere now.
     virtual void placed() { }
-    void connectDecisions(std::function<void()> deny, std::function<void()> allow);
+    void connectDecisions(const std::function<void()>& deny, const std::function<void()>& allow);
     // `act` unless the prompt is over by then.
     [[nodiscard]] PressButton::Act acting(std::function<void()> act);
     // What a press through the accessibility services does: nobody knows who asked for it.

@@ -4,11 +4,11 @@
 
 #include <QDir>
 #include <QLibraryInfo>
+#include <QtGlobal>
 
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include <cstdlib>
 #include <memory>
 #include <utility>
 #include <xcb/xcb.h>
@@ -17,12 +17,6 @@ namespace vossel {
 
 namespace {
 
-bool isSet(const char* variable)
-{
-    const char* value = std::getenv(variable);
-    return value && *value != '\0';
-}
-
 // Null where none answers.
 std::shared_ptr<void> connectToXServer()
 {
@@ -30,12 +24,10 @@ std::shared_ptr<void> connectToXServer()
     return xcb_connection_has_error(connection.get()) == 0 ? connection : nullptr;
 }
 
-bool compositorAnswers()
+bool compositorAnswers(const std::string& display)
 {
-    const char* folder = std::getenv("XDG_RUNTIME_DIR");
-    std::string path = std::getenv("WAYLAND_DISPLAY");
-    if (!path.starts_with('/'))
-        path = std::string(folder ? folder : "") + "/" + path;
+    const std::string folder = qEnvironmentVariable("XDG_RUNTIME_DIR").toStdString();
+    const std::string path = display.starts_with('/') ? display : folder + "/" + display;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof address.sun_path)
@@ -57,18 +49,20 @@ bool hasPlugin(const QString& name)
 
 Result<WindowPlatform> windowPlatform()
 {
-    if (isSet("QT_QPA_PLATFORM"))
-        return WindowPlatform{std::getenv("QT_QPA_PLATFORM")};
+    const std::string wanted = qEnvironmentVariable("QT_QPA_PLATFORM").toStdString();
+    const std::string server = qEnvironmentVariable("DISPLAY").toStdString();
+    const std::string compositor = qEnvironmentVariable("WAYLAND_DISPLAY").toStdString();
+    if (!wanted.empty())
+        return WindowPlatform{wanted};
     std::string reason = "there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set";
-    if (isSet("DISPLAY")) {
+    if (!server.empty()) {
         if (auto connection = connectToXServer())
             return WindowPlatform{"xcb", std::move(connection)};
-        reason = "the display " + std::string(std::getenv("DISPLAY")) + " does not answer";
+        reason = "the display " + server + " does not answer";
     }
-    if (isSet("WAYLAND_DISPLAY")) {
-        if (!compositorAnswers())
-            reason
-                = "the display " + std::string(std::getenv("WAYLAND_DISPLAY")) + " does not answer";
+    if (!compositor.empty()) {
+        if (!compositorAnswers(compositor))
+            reason = "the display " + compositor + " does not answer";
         else if (!hasPlugin("qwayland-generic"))
             reason = "Qt's plugin for Wayland is not installed (package qt6-wayland)";
         else

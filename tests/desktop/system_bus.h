@@ -76,6 +76,8 @@ protected:
         send(call.createReply(values));
     }
 
+    static std::string address() { return "unix:path=" + (place() / "bus"); }
+
     std::vector<std::string> calls_;
 
 private:
@@ -84,8 +86,6 @@ private:
         static const TemporaryDirectory directory;
         return directory;
     }
-    static std::string address() { return "unix:path=" + (place() / "bus"); }
-
     [[nodiscard]] bool handleMessage(const QDBusMessage& message, const QDBusConnection&) override
     {
         calls_.push_back(message.member().toStdString());
