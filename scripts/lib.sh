@@ -9,7 +9,7 @@ run_packages=(g++ cmake ninja-build pkg-config python3 util-linux
   libxcb1-dev libxcb-record0-dev libxcb-res0-dev)
 check_packages=(clang clang-format clang-tidy libclang-rt-14-dev llvm ccache
   libgtest-dev libgmock-dev libbenchmark-dev dbus-daemon mount
-  libxcb-xtest0-dev xvfb xauth xdotool xserver-xephyr)
+  libxcb-xtest0-dev xvfb xauth xdotool xserver-xephyr poppler-utils)
 
 say() { printf '\n== %s\n' "$*"; }
 
