@@ -23,5 +23,6 @@ function(vossel_test room)
   endif()
   gtest_discover_tests(${room}_test TEST_PREFIX ${room}. DISCOVERY_TIMEOUT 60 PROPERTIES
     TIMEOUT 300
-    ENVIRONMENT "LSAN_OPTIONS=print_suppressions=0:suppressions=${PROJECT_SOURCE_DIR}/tests/leaks.supp;VOSSEL_PICTURES=${PROJECT_BINARY_DIR}/pictures")
+    ENVIRONMENT LSAN_OPTIONS=print_suppressions=0:suppressions=${PROJECT_SOURCE_DIR}/tests/leaks.supp
+    ENVIRONMENT_MODIFICATION VOSSEL_PICTURES=set:${PROJECT_BINARY_DIR}/pictures)
 endfunction()

@@ -1,4 +1,4 @@
-#include "foundation/glyphs.h"
+#include "foundation/glyph_elision.h"
 #include "foundation/log.h"
 #include "hosts/desktop/signal_calls.h"
 #include "hosts/linux/process_control.h"
@@ -45,9 +45,7 @@ void fillStandardDescriptors()
 // Lines hold names and paths of others' choice: they must neither forge lines nor steer a terminal.
 void logToStandardError(std::string_view line)
 {
-    std::string safe;
-    for (const vossel::Glyph& glyph : vossel::toGlyphs(line, vossel::Charset::Utf8))
-        safe += glyph.bytes;
+    const std::string safe = vossel::joined(vossel::toGlyphs(line, vossel::Charset::Utf8));
     std::fprintf(stderr, "VosselUserAgent: %s\n", safe.c_str());
 }
 

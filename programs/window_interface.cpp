@@ -25,20 +25,25 @@ namespace {
 constexpr std::int32_t noticeSeconds = 10;
 constexpr int mostCachedPixmaps = 1024; // kB
 
+struct Origins {
+    std::unique_ptr<InputOrigins> of;
+    InputGuard::EventTimes times = InputGuard::EventTimes::Unknown;
+};
+
 // Says at once where input cannot be told apart, for that is what the user relies on.
-std::unique_ptr<InputOrigins> originsHere(Clock& clock)
+Origins originsHere(Clock& clock)
 {
     std::string reason = "this window system does not tell who pressed a key";
     if (QGuiApplication::platformName() == "xcb") {
         auto origins = X11InputOrigins::create(nullptr);
         if (origins)
-            return std::move(*origins);
+            return {std::move(*origins), InputGuard::EventTimes::OfWindowSystem};
         reason = origins.reason();
     }
     std::fprintf(stderr,
         "VosselUserAgent: %s; programs that press keys or click in a prompt are not refused\n",
         reason.c_str());
-    return std::make_unique<UnknownOrigins>(clock);
+    return {std::make_unique<UnknownOrigins>(clock)};
 }
 
 bool isDarkByPalette()
@@ -68,10 +73,7 @@ public:
                       .icon = {},
                       .timeoutSeconds = noticeSeconds});
               })
-        , prompts_({around.clock, around.timers, around.processes, *origins_,
-              dynamic_cast<UnknownOrigins*>(origins_.get())
-                  ? InputGuard::EventTimes::Unknown
-                  : InputGuard::EventTimes::OfWindowSystem,
+        , prompts_({around.clock, around.timers, around.processes, *origins_.of, origins_.times,
               [this](const ImageSource& source, int pixels) { return imageOf(source, pixels); },
               [] { QApplication::beep(); }})
         , dark_([this](bool dark) { setDark(dark); })
@@ -125,7 +127,7 @@ private:
     }
 
     const Surroundings around_;
-    const std::unique_ptr<InputOrigins> origins_;
+    const Origins origins_;
     ProgramIcons icons_;
     Unstored unstored_;
     QtWindows windows_;

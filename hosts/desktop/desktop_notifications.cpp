@@ -1,6 +1,6 @@
 #include "hosts/desktop/desktop_notifications.h"
 
-#include "foundation/glyphs.h"
+#include "foundation/glyph_elision.h"
 #include "foundation/log.h"
 
 #include <QDBusConnection>
@@ -21,10 +21,7 @@ constexpr std::size_t mostKnown = 100;
 
 QString plain(const std::string& text)
 {
-    std::string safe;
-    for (const Glyph& glyph : toGlyphs(text, Charset::Utf8))
-        safe += glyph.bytes;
-    return QString::fromStdString(safe);
+    return QString::fromStdString(joined(toGlyphs(text, Charset::Utf8)));
 }
 
 }

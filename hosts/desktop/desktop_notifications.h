@@ -18,7 +18,7 @@ class QDBusMessage;
 
 namespace vossel {
 
-// Notifications by the session's notification service (Desktop Notifications Specification, 1.2).
+// Notifications by whatever serves org.freedesktop.Notifications in the session.
 // Nobody can click on one yet: the delegate is never called. Calls come from any thread; everything
 // else is done on the main thread.
 class DesktopNotifications final : public NotificationCentre {

@@ -113,7 +113,7 @@ PackageIndex::Stamp PackageIndex::stampOf(const SystemRoot& root)
     struct stat file = {};
     if (::stat(root.at(statusFile).c_str(), &file) != 0)
         return {};
-    return {file.st_ino, file.st_mtim.tv_sec, file.st_mtim.tv_nsec, file.st_size};
+    return FileStamp::of(file);
 }
 
 PackageIndex::PackageIndex(const SystemRoot& root)

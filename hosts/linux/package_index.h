@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hosts/linux/file_stamp.h"
 #include "hosts/linux/system_root.h"
 
 #include <cstdint>
@@ -22,15 +23,8 @@ public:
         std::string architecture;
         std::string md5; // 32 lower-case hexadecimal digits; empty when the package names none
     };
-    // When the package database was last written; all zero when there is none.
-    struct Stamp {
-        std::uint64_t inode = 0;
-        std::int64_t seconds = 0;
-        std::int64_t nanoseconds = 0;
-        std::int64_t size = 0;
-
-        bool operator==(const Stamp&) const = default;
-    };
+    // Of the package database.
+    using Stamp = FileStamp;
 
     [[nodiscard]] static Stamp stampOf(const SystemRoot& root);
     // Takes the stamp first, so that a database written meanwhile is read again.

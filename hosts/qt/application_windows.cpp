@@ -2,7 +2,7 @@
 
 #include "app/about_window_controller.h"
 #include "hosts/qt/first_run_dialog.h"
-#include "hosts/qt/resource_image.h"
+#include "hosts/qt/sharp_pixmap.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -29,7 +29,7 @@ public:
         setWindowTitle("About Vossel");
         setPalette(theme_.palette());
         auto* lock = new QLabel;
-        lock->setPixmap(resourceImage("lock_128x128.png", lockSize, devicePixelRatioF()));
+        lock->setPixmap(resourcePixmap("lock_128x128.png", lockSize, devicePixelRatioF()));
         auto* name = new QLabel("Vossel");
         name->setFont(layoutFont(24, QFont::Bold));
         auto* version = new TextView(theme_, 13);
@@ -112,15 +112,6 @@ void ApplicationWindows::aboutClosed(AboutWindowController& window)
     shown->second->hide();
     shown->second->deleteLater();
     abouts_.erase(shown);
-}
-
-QWidget* ApplicationWindows::windowOf(const void* controller) const
-{
-    const auto firstRun = firstRuns_.find(controller);
-    if (firstRun != firstRuns_.end())
-        return firstRun->second;
-    const auto about = abouts_.find(controller);
-    return about == abouts_.end() ? nullptr : about->second;
 }
 
 }

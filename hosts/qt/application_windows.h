@@ -27,8 +27,6 @@ public:
     void aboutOpened(AboutWindowController& window) override;
     void aboutClosed(AboutWindowController& window) override;
 
-    [[nodiscard]] QWidget* windowOf(const void* controller) const;
-
 private:
     PromptTheme theme_{ColorScheme::Light};
     std::map<const void*, FirstRunDialog*> firstRuns_;

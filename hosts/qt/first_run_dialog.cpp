@@ -1,7 +1,7 @@
 #include "hosts/qt/first_run_dialog.h"
 
 #include "app/qm_first_run_window_controller.h"
-#include "hosts/qt/resource_image.h"
+#include "hosts/qt/sharp_pixmap.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -79,7 +79,7 @@ void FirstRunDialog::sync()
             {&computer_, &controller_.computerImageView}}) {
         const ImageSource& image = view->image();
         if (label->pixmap().isNull() && image.kind == ImageSource::Kind::Resource)
-            label->setPixmap(resourceImage(
+            label->setPixmap(resourcePixmap(
                 QString::fromStdString(image.path), image.width, devicePixelRatioF()));
     }
     const ProgressIndicatorState& progress = controller_.progressIndicator.state();

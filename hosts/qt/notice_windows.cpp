@@ -2,6 +2,7 @@
 
 #include "hosts/qt/press_button.h"
 #include "hosts/qt/program_icons.h"
+#include "hosts/qt/sharp_pixmap.h"
 #include "hosts/qt/text_view.h"
 #include "hosts/qt/window_hints.h"
 
@@ -49,11 +50,7 @@ public:
         const QImage image = ProgramIcons::load(notice.icon);
         if (!image.isNull()) {
             auto* icon = new QLabel;
-            const int pixels = qRound(iconSize * devicePixelRatioF());
-            QPixmap pixmap = QPixmap::fromImage(
-                image.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation));
-            pixmap.setDevicePixelRatio(devicePixelRatioF());
-            icon->setPixmap(pixmap);
+            icon->setPixmap(sharpPixmap(image, iconSize, devicePixelRatioF()));
             layout->addWidget(icon, 0, 0, 2, 1, Qt::AlignTop);
         }
         auto* header = new TextView(theme_, 14, QFont::Bold);

@@ -219,20 +219,20 @@ std::string ProgramIcons::encoded(const std::string& face, const std::string& pr
     return bytes.toStdString();
 }
 
-bool ProgramIcons::ownStamp(const std::string& file, Stamp& stamp)
+bool ProgramIcons::ownStamp(const std::string& file, FileStamp& stamp)
 {
     struct stat facts = {};
     if (::lstat(file.c_str(), &facts) != 0 || !S_ISREG(facts.st_mode) || facts.st_uid != ::geteuid()
         || (facts.st_mode & 0777) != (S_IRUSR | S_IWUSR))
         return false;
-    stamp = {facts.st_ino, facts.st_mtim.tv_sec, facts.st_mtim.tv_nsec, facts.st_size};
+    stamp = FileStamp::of(facts);
     return true;
 }
 
 bool ProgramIcons::store(const std::string& program, const std::string& file)
 {
     const std::string face = faceOf(program);
-    Stamp now;
+    FileStamp now;
     if (stored_.file == file && stored_.face == face && ownStamp(file, now) && now == stored_.stamp)
         return true;
     stored_ = {};

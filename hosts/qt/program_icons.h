@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hosts/linux/desktop_entries.h"
+#include "hosts/linux/file_stamp.h"
 
 #include <QIcon>
 #include <QImage>
@@ -41,26 +42,18 @@ public:
     [[nodiscard]] static QImage load(const std::string& file);
 
 private:
-    struct Stamp {
-        std::uint64_t inode = 0;
-        std::int64_t seconds = 0;
-        std::int64_t nanoseconds = 0;
-        std::int64_t size = 0;
-
-        bool operator==(const Stamp&) const = default;
-    };
     // What the last `store` left, and the file as it was then.
     struct Stored {
         std::string file;
         std::string face;
-        Stamp stamp;
+        FileStamp stamp;
     };
 
     [[nodiscard]] QIcon faceIcon(const std::string& face);
     [[nodiscard]] QIcon pictureAt(const std::string& path) const;
     [[nodiscard]] std::string faceOf(const std::string& program);
     [[nodiscard]] std::string encoded(const std::string& face, const std::string& program);
-    [[nodiscard]] static bool ownStamp(const std::string& file, Stamp& stamp);
+    [[nodiscard]] static bool ownStamp(const std::string& file, FileStamp& stamp);
 
     DesktopEntries entries_;
     std::unordered_map<std::string, QIcon> faces_; // by what the entries say, at most 64

@@ -1,6 +1,7 @@
 #include "hosts/qt/prompt_dialog.h"
 
 #include "hosts/qt/key_events.h"
+#include "hosts/qt/sharp_pixmap.h"
 #include "hosts/qt/touch_bar_strip.h"
 #include "hosts/qt/window_hints.h"
 #include "prompting/permissions_manager.h"
@@ -212,12 +213,8 @@ void PromptDialog::showIcon(const ImageSource& image)
         return;
     shownIcon_ = image;
     const int pixels = qRound(PromptHeader::iconSize * devicePixelRatioF());
-    QPixmap icon = QPixmap::fromImage(services_.image(image, pixels));
-    if (!icon.isNull()) {
-        icon = icon.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-        icon.setDevicePixelRatio(devicePixelRatioF());
-    }
-    header_.setIcon(icon);
+    header_.setIcon(
+        sharpPixmap(services_.image(image, pixels), PromptHeader::iconSize, devicePixelRatioF()));
 }
 
 void PromptDialog::showTimeLeft(std::chrono::milliseconds left, std::chrono::milliseconds whole)
@@ -239,13 +236,8 @@ void PromptDialog::paintEvent(QPaintEvent*)
     painter.setPen(theme.border);
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
     // When this paint has been sent to the screen.
-    if (std::exchange(firstPaint_, false)) {
-        QTimer::singleShot(0, this, [this] {
-            arm();
-            if (painted_)
-                painted_();
-        });
-    }
+    if (std::exchange(firstPaint_, false))
+        QTimer::singleShot(0, this, [this] { arm(); });
 }
 
 void PromptDialog::arm()

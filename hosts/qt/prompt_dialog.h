@@ -58,8 +58,6 @@ public:
     void stayAbove();
     // In the coordinates of the screen.
     virtual void mouseMovedTo(QPointF) { }
-    // Called when the window has been painted for the first time.
-    void setPainted(std::function<void()> painted) { painted_ = std::move(painted); }
 
 protected:
     PromptDialog(Services services, const PromptFrame& frame);
@@ -128,7 +126,6 @@ private:
     std::optional<InputOrigins::Time> armedFrom_;
     EventSource keySource_;
     bool keyRepeated_ = false;
-    std::function<void()> painted_;
     double share_ = 1; // of the time that is left
     WindowLevel level_ = WindowLevel::Maximum;
     bool firstPaint_ = true;

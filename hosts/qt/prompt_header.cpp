@@ -1,6 +1,7 @@
 #include "hosts/qt/prompt_header.h"
 
-#include "hosts/qt/resource_image.h"
+#include "foundation/glyph_elision.h"
+#include "hosts/qt/sharp_pixmap.h"
 #include "wire/driver_messages.h"
 
 #include <QGridLayout>
@@ -18,43 +19,21 @@ constexpr int mostSentenceLines = 4;
 constexpr std::size_t longSentence = 200; // bytes
 constexpr int mostLongSentenceLines = 6;
 constexpr std::size_t mostNameColumns = 120;
+constexpr int stripe = 4;
+constexpr std::int64_t hurry = 10; // seconds
 
-// Cut in its middle; columns stand for how wide it is.
-std::string shortName(const std::string& name)
-{
-    const Glyphs glyphs = toGlyphs(name, Charset::Utf8);
-    std::size_t columns = 0;
-    for (const Glyph& glyph : glyphs)
-        columns += glyph.columns;
-    if (columns <= mostNameColumns)
-        return name;
-    std::string head;
-    std::string tail;
-    std::size_t used = 0;
-    for (auto glyph = glyphs.begin(); used < mostNameColumns / 2; ++glyph) {
-        head += glyph->bytes;
-        used += glyph->columns;
-    }
-    used = 0;
-    for (auto glyph = glyphs.rbegin(); used < mostNameColumns / 2; ++glyph) {
-        tail.insert(0, glyph->bytes);
-        used += glyph->columns;
-    }
-    return head + "…" + tail;
-}
-
+// A name that fills the sentence must not leave its verb out.
 std::string withShortNames(std::string sentence, const std::vector<std::string>& names)
 {
     for (const std::string& name : names) {
-        const std::string shorter = shortName(name);
+        const Glyphs glyphs = toGlyphs(name, Charset::Utf8);
         const std::size_t at = sentence.find(name);
-        if (shorter != name && at != std::string::npos)
-            sentence.replace(at, name.size(), shorter);
+        if (columnsOf(glyphs) > mostNameColumns && at != std::string::npos)
+            sentence.replace(
+                at, name.size(), joined(elideMiddle(glyphs, mostNameColumns, Charset::Utf8)));
     }
     return sentence;
 }
-constexpr int stripe = 4;
-constexpr std::int64_t hurry = 10; // seconds
 
 }
 
@@ -123,7 +102,7 @@ void PromptHeader::setDangerous(bool dangerous)
 {
     dangerous_ = dangerous;
     if (dangerous && badge_.pixmap().isNull())
-        badge_.setPixmap(resourceImage("danger.png", badgeSize, devicePixelRatioF()));
+        badge_.setPixmap(resourcePixmap("danger.png", badgeSize, devicePixelRatioF()));
     badge_.setVisible(dangerous);
     caution_.setVisible(dangerous);
     QPalette red = palette();

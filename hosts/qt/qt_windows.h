@@ -8,8 +8,8 @@
 
 namespace vossel {
 
-// The desktop as the prompts ask it. The program is active while a window of its is shown, and has
-// nothing to hide beside them. Main thread, where a QApplication exists.
+// The desktop as the prompts ask it. The program is active while one of its windows is shown, and
+// has nothing to hide beside them. Main thread, where a QApplication exists.
 class QtWindows final : public WindowSystem {
 public:
     using StoreIcon = std::function<void(const std::string& program, const std::string& file)>;

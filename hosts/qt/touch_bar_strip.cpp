@@ -1,7 +1,7 @@
 #include "hosts/qt/touch_bar_strip.h"
 
 #include "hosts/qt/prompt_dialog.h"
-#include "hosts/qt/resource_image.h"
+#include "hosts/qt/sharp_pixmap.h"
 #include "hosts/qt/window_hints.h"
 
 #include <QCloseEvent>
@@ -25,7 +25,7 @@ PressButton* buttonOf(const TouchBarItem& item, const PromptTheme& theme)
     button->setObjectName(QString::fromStdString(item.identifier));
     button->setText(QString::fromStdString(item.view->title));
     if (!item.view->imageName.empty())
-        button->setImage(resourceImage(QString::fromStdString(item.view->imageName),
+        button->setImage(resourcePixmap(QString::fromStdString(item.view->imageName),
             item.view->imageWidth, button->devicePixelRatioF()));
     if (item.view->bezelColor == BezelColor::SystemRed)
         button->setBezel(theme.deny);

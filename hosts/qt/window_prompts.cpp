@@ -75,10 +75,6 @@ void WindowPrompts::open(Prompt& prompt)
     open_ = &prompt;
     whole_ = std::max(Clock::Duration::zero(), wait_->deadline() - services_.clock.now());
     window_ = new Window(windowServices(), prompt);
-    window_->setPainted([this] {
-        if (painted_)
-            painted_();
-    });
     tick();
     window_->appear();
 }

@@ -48,8 +48,6 @@ public:
 
     // The window of the open prompt; null without one.
     [[nodiscard]] PromptDialog* window() const { return window_; }
-    // Called when a prompt has been painted for the first time.
-    void setPainted(std::function<void()> painted) { painted_ = std::move(painted); }
 
 private:
     template <class Window, class Prompt>
@@ -69,7 +67,6 @@ private:
     std::shared_ptr<QueryWait> wait_; // of that prompt
     Clock::Duration whole_{}; // the time it had when it opened
     Timers::Timer tick_ = 0;
-    std::function<void()> painted_;
 };
 
 }

@@ -1,4 +1,4 @@
-#include "foundation/glyphs.h"
+#include "foundation/glyph_elision.h"
 #include "foundation/utf8.h"
 #include "programs/vosselctl/rules_commands.h"
 #include "rules/rules_file_writer.h"
@@ -58,12 +58,8 @@ HarmlessText harmless(std::string_view text)
     const auto isPrintable = [](char byte) { return byte >= ' ' && byte <= '~'; };
     if (std::all_of(text.begin(), text.end(), isPrintable))
         return {std::string(text), text.size()};
-    HarmlessText result;
-    for (const auto& glyph : toGlyphs(text, Charset::Utf8)) {
-        result.bytes += glyph.bytes;
-        result.columns += glyph.columns;
-    }
-    return result;
+    const Glyphs glyphs = toGlyphs(text, Charset::Utf8);
+    return {joined(glyphs), columnsOf(glyphs)};
 }
 
 void Output::add(const Json& document, bool pretty)

@@ -2,8 +2,6 @@
 #include "qt/window_fixture.h"
 
 #include <QAccessible>
-#include <QAccessibleWidget>
-#include <QCheckBox>
 #include <QListView>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,13 +17,7 @@ constexpr EventSource remote{4711, 1000};
 
 policy_query document()
 {
-    policy_query query = makeQuery("/home/ann/Documents/taxes/return.pdf");
-    query.ppid = 4200;
-    storeText(query.process_name, "/opt/editor");
-    storeText(query.parent_name, "/usr/bin/shell");
-    storeText(query.cs_info.teamid, "Debian");
-    storeText(query.reserved2, "a\tb\tDebian");
-    return query;
+    return documentQuery("/opt/editor");
 }
 
 // What the driver is told; empty as long as nobody has answered.

@@ -19,6 +19,18 @@
 
 namespace vossel::test {
 
+// A read of a document by a signed program that a shell has started.
+[[nodiscard]] inline policy_query documentQuery(std::string_view program)
+{
+    policy_query query = makeQuery("/home/ann/Documents/taxes/return.pdf");
+    query.ppid = 4200;
+    storeText(query.process_name, program);
+    storeText(query.parent_name, "/usr/bin/shell");
+    storeText(query.cs_info.teamid, "Debian");
+    storeText(query.reserved2, "a\tb\tDebian");
+    return query;
+}
+
 // Time stands until it is moved; the next press comes from `source`.
 struct ScriptedOrigins final : InputOrigins {
     EventSource source{};

@@ -14,13 +14,7 @@ namespace {
 
 policy_query ordinary()
 {
-    policy_query query = makeQuery("/home/ann/Documents/taxes/2026/return.pdf");
-    query.ppid = 4200;
-    storeText(query.process_name, "/usr/lib/firefox-esr/firefox-esr");
-    storeText(query.parent_name, "/usr/bin/gnome-shell");
-    storeText(query.cs_info.teamid, "Debian");
-    storeText(query.reserved2, "a\tb\tDebian Mozilla Maintainers");
-    return query;
+    return documentQuery("/usr/lib/firefox-esr/firefox-esr");
 }
 
 policy_query dangerous()
@@ -92,6 +86,16 @@ TEST(WindowPicturesTest, ShowEveryStateOfThePrompts)
     }
 }
 
+// Null unless one is shown.
+QWidget* windowTitled(const char* title)
+{
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (window->isVisible() && window->windowTitle() == title)
+            return window;
+    }
+    return nullptr;
+}
+
 struct FinishedCounter final : QMFirstRunWindowControllerDelegate {
     std::atomic<int> ended = 0;
 
@@ -146,7 +150,7 @@ TEST(WindowPicturesTest, ShowFirstRunAndAbout)
             ASSERT_TRUE(agent.host.mainThread.runUntil(
                 [&] { return firstRun->indicatorValue() >= second; }));
         }
-        QWidget* window = shown.windowOf(firstRun.get());
+        QWidget* window = windowTitled("Vossel");
         ASSERT_TRUE(window);
         EXPECT_EQ(window->findChild<QProgressBar*>()->value(), 60);
         EXPECT_EQ(window->findChild<QProgressBar*>()->maximum(), 240);
@@ -154,17 +158,17 @@ TEST(WindowPicturesTest, ShowFirstRunAndAbout)
         window->findChild<PressButton*>("finish")->click();
         EXPECT_EQ(ended->ended, 1);
         firstRun->close();
-        EXPECT_EQ(shown.windowOf(firstRun.get()), nullptr);
+        EXPECT_EQ(windowTitled("Vossel"), nullptr);
         agent.host.clock.stop();
 
         AboutWindowController about(context, "1.2");
         about.open();
-        window = shown.windowOf(&about);
+        window = windowTitled("About Vossel");
         ASSERT_TRUE(window);
         EXPECT_TRUE(window->grab().save(QString::fromStdString(pictureFile("about" + suffix))));
         window->close();
         agent.settle();
-        EXPECT_EQ(shown.windowOf(&about), nullptr);
+        EXPECT_EQ(windowTitled("About Vossel"), nullptr);
     }
 }
 
