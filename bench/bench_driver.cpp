@@ -1,4 +1,4 @@
-#include "bench/bench_driver.h"
+#include "bench_driver.h"
 
 #include "settings/directories.h"
 #include "wire/driver_transport.h"

@@ -3,7 +3,7 @@
 // run; and what ten thousand queries at once cost. Run from a release build.
 
 #include "agent/driver_link.h"
-#include "bench/bench_driver.h"
+#include "bench_driver.h"
 #include "hosts/desktop/qt_main_thread.h"
 #include "hosts/linux/clock.h"
 #include "hosts/linux/driver_service.h"

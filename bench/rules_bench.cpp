@@ -3,7 +3,7 @@
 // in memory; writing it back; a filter's keystroke; adding rules one by one. Everything lies in
 // memory (/dev/shm) where that is there, so that no disk is measured. Run from a release build.
 
-#include "rules/rule_manager.h"
+#include "rules/store/rule_manager.h"
 #include "support/temporary_directory.h"
 
 #include <fcntl.h>

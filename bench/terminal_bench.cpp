@@ -2,7 +2,7 @@
 // a program that does nothing but write the same bytes there; and how often the agent wakes while
 // the prompt stands. The agent's own program on a pseudo-terminal; run from a release build.
 
-#include "bench/bench_driver.h"
+#include "bench_driver.h"
 #include "foundation/files.h"
 #include "settings/directories.h"
 #include "support/temporary_directory.h"

@@ -4,7 +4,7 @@
 // its own; run from a release build. An argument is the number of prompts for the memory, 100
 // without it.
 
-#include "bench/bench_driver.h"
+#include "bench_driver.h"
 #include "foundation/files.h"
 #include "settings/directories.h"
 #include "support/child_process.h"

@@ -5,7 +5,6 @@ set(VOSSEL_SANITIZE "" CACHE STRING "Sanitizers for every target: empty, address
 add_library(vossel_options INTERFACE)
 target_compile_options(vossel_options INTERFACE
   -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Werror)
-target_include_directories(vossel_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
 target_compile_definitions(vossel_options INTERFACE VOSSEL_VERSION="${PROJECT_VERSION}")
 
 find_package(Threads REQUIRED)

@@ -1,15 +1,52 @@
-# A room is one static library: vossel_room(NAME SOURCES file... LINKS target... PRIVATE_LINKS target...)
-# LINKS are the rooms and libraries whose headers this room's headers show; PRIVATE_LINKS only its sources see.
-# A room without sources is an interface library. What is not linked here cannot be called.
-function(vossel_room name)
-  cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
-  if(ROOM_SOURCES)
-    add_library(vossel_${name} STATIC ${ROOM_SOURCES})
-    target_link_libraries(vossel_${name} PUBLIC vossel_options ${ROOM_LINKS} PRIVATE ${ROOM_PRIVATE_LINKS})
-  else()
-    add_library(vossel_${name} INTERFACE)
-    target_link_libraries(vossel_${name} INTERFACE vossel_options ${ROOM_LINKS})
+# A room is a folder of the architecture (docs/architecture.md), and one static library named after it: "vossel_" and
+# its path without "src/", so that src/ui/prompt is vossel_ui_prompt and driver/desk is vossel_driver_desk.
+
+# vossel_show_headers(TARGET FOLDER SCOPE HEADERS file...): lets TARGET, and with PUBLIC or INTERFACE whoever links it, include
+# the headers of its folder. Nobody has the source tree as an include folder: a folder of links shows each room's own
+# headers, so that what is not linked cannot be included either.
+function(vossel_show_headers target folder scope)
+  cmake_parse_arguments(SHOWN "" "" "HEADERS" ${ARGN})
+  set(shown ${PROJECT_BINARY_DIR}/rooms/${target})
+  string(REGEX REPLACE "^src/" "" prefix ${folder})
+  file(REMOVE_RECURSE ${shown})
+  file(MAKE_DIRECTORY ${shown}/${prefix})
+  foreach(header IN LISTS SHOWN_HEADERS)
+    file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${folder}/${header} ${shown}/${prefix}/${header} SYMBOLIC)
+  endforeach()
+  target_include_directories(${target} ${scope} ${shown})
+endfunction()
+
+# vossel_room(SOURCES file... LINKS target... PRIVATE_LINKS target... [HEADERS file...] [NAME suffix])
+# LINKS are the rooms and libraries whose headers this room's headers show; PRIVATE_LINKS only its sources see. Both name
+# every room that is included, also where another one would bring it along. A room without sources is an interface library.
+# HEADERS and NAME are for a folder of several targets: which headers are this one's, and what its name ends in.
+function(vossel_room)
+  cmake_parse_arguments(ROOM "" "NAME" "SOURCES;HEADERS;LINKS;PRIVATE_LINKS" ${ARGN})
+  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+  string(REGEX REPLACE "^src/" "" name ${folder})
+  string(REPLACE "/" "_" name vossel_${name}${ROOM_NAME})
+  if(NOT ROOM_HEADERS)
+    file(GLOB ROOM_HEADERS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} CONFIGURE_DEPENDS *.h)
   endif()
+  if(ROOM_SOURCES)
+    add_library(${name} STATIC ${ROOM_SOURCES})
+    target_link_libraries(${name} PUBLIC vossel_options ${ROOM_LINKS} PRIVATE ${ROOM_PRIVATE_LINKS})
+    vossel_show_headers(${name} ${folder} PUBLIC HEADERS ${ROOM_HEADERS})
+  else()
+    add_library(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE vossel_options ${ROOM_LINKS})
+    vossel_show_headers(${name} ${folder} INTERFACE HEADERS ${ROOM_HEADERS})
+  endif()
+endfunction()
+
+# vossel_program(NAME SOURCES file... LINKS target...): a program of programs/ or of a folder in it.
+function(vossel_program name)
+  cmake_parse_arguments(PROGRAM "" "" "SOURCES;LINKS" ${ARGN})
+  add_executable(${name} ${PROGRAM_SOURCES})
+  target_link_libraries(${name} PRIVATE vossel_options ${PROGRAM_LINKS})
+  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+  file(GLOB headers RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} CONFIGURE_DEPENDS *.h)
+  vossel_show_headers(${name} ${folder} PRIVATE HEADERS ${headers})
 endfunction()
 
 # vossel_test(ROOM SOURCES file... LINKS target...): one test program for a room, its cases listed by ctest.

@@ -2,6 +2,7 @@
 
 #include "agent/driver_link.h"
 #include "agent/filter_status.h"
+#include "app/user_interface.h"
 #include "hosts/desktop/linux_workspace.h"
 #include "hosts/desktop/polkit_authenticator.h"
 #include "hosts/desktop/qt_main_thread.h"
@@ -18,7 +19,6 @@
 #include "hosts/linux/thread_launcher.h"
 #include "hosts/linux/volumes.h"
 #include "platform/host.h"
-#include "programs/user_interface.h"
 #include "prompting/permissions_manager.h"
 #include "settings/directories.h"
 #include "ui/prompt/prompt_windows.h"

@@ -1,11 +1,11 @@
 #include "foundation/glyph_elision.h"
 #include "foundation/log.h"
+#include "frontends/lines/line_interface.h"
+#include "frontends/terminal/terminal_interface.h"
+#include "frontends/windows/window_interface.h"
 #include "hosts/desktop/signal_calls.h"
 #include "hosts/linux/process_control.h"
 #include "programs/agent_assembly.h"
-#include "programs/line_interface.h"
-#include "programs/terminal_interface.h"
-#include "programs/window_interface.h"
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>

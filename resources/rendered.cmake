@@ -3,7 +3,8 @@
 # Without vossel_options: what runs during the build is not the product, and a sanitizer would stop
 # the build over what font libraries leave behind.
 add_executable(render_resource render_resource.cpp)
-target_include_directories(render_resource PRIVATE ${PROJECT_SOURCE_DIR}/src)
+target_include_directories(render_resource PRIVATE
+  $<TARGET_PROPERTY:vossel_foundation,INTERFACE_INCLUDE_DIRECTORIES>)
 target_compile_options(render_resource PRIVATE -Wall -Wextra -Wshadow -Wold-style-cast -Werror)
 target_link_libraries(render_resource PRIVATE Qt6::Gui)
 

@@ -56,5 +56,5 @@ fixed_addresses() {
 }
 
 sources() {
-  find src hosts driver programs resources tests bench \( -name '*.h' -o -name '*.cpp' \) -type f | sort
+  find src frontends hosts driver programs resources tests bench \( -name '*.h' -o -name '*.cpp' \) -type f | sort
 }

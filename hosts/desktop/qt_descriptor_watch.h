@@ -5,9 +5,7 @@
 
 namespace vossel {
 
-// Calls `readable` on the main loop whenever `fd` has something to read, or is hung up, until the
-// handle goes; that may happen from within the call. Main thread only; the descriptor stays open as
-// long as the handle.
+// A WatchDescriptor on Qt's main loop.
 [[nodiscard]] std::shared_ptr<void> watchDescriptor(int fd, std::function<void()> readable);
 
 }

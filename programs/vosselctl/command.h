@@ -1,7 +1,7 @@
 #pragma once
 
 #include "foundation/result.h"
-#include "hosts/terminal/record_json.h"
+#include "wire_json/record_json.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,4 +1,4 @@
-#include "rules/rules_check.h"
+#include "rules/lint/rules_check.h"
 
 #include "programs/vosselctl/rules_commands.h"
 

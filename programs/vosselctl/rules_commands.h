@@ -1,7 +1,7 @@
 #pragma once
 
 #include "programs/vosselctl/command.h"
-#include "rules/rule_manager.h"
+#include "rules/store/rule_manager.h"
 
 #include <cstddef>
 #include <cstdint>

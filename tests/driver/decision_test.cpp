@@ -1,4 +1,4 @@
-#include "driver/decision_table.h"
+#include "driver/desk/decision_table.h"
 #include "test_agent.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "driver/proc_file.h"
-#include "driver/query_desk.h"
+#include "driver/desk/query_desk.h"
+#include "hosts/linux/proc_file.h"
 #include "stepping_driver.h"
 
 #include <gtest/gtest.h>

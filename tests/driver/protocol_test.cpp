@@ -1,6 +1,6 @@
 #include "desk_fixture.h"
-#include "driver/agent_policy.h"
-#include "driver/driver_socket.h"
+#include "driver/desk/agent_policy.h"
+#include "driver/server/driver_socket.h"
 
 #include <sys/stat.h>
 

@@ -1,4 +1,4 @@
-#include "driver/replay.h"
+#include "driver/desk/replay.h"
 #include "stepping_driver.h"
 
 #include <gtest/gtest.h>

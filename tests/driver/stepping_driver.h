@@ -1,6 +1,6 @@
 #pragma once
 
-#include "driver/session_server.h"
+#include "driver/server/session_server.h"
 #include "settings/directories.h"
 #include "support/temporary_directory.h"
 #include "test_agent.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "driver/call_status.h"
+#include "driver/server/call_status.h"
 #include "foundation/files.h"
 #include "wire/driver_messages.h"
 #include "wire/driver_transport.h"

@@ -1,5 +1,5 @@
-#include "hosts/terminal/terminal_keys.h"
-#include "hosts/terminal/terminal_text.h"
+#include "frontends/terminal/terminal_keys.h"
+#include "frontends/terminal/terminal_text.h"
 #include "require.h"
 
 #include <algorithm>

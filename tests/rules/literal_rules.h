@@ -3,7 +3,7 @@
 #include "foundation/text_search.h"
 #include "foundation/utf8.h"
 #include "rules/application_identity.h"
-#include "rules/rule_manager.h"
+#include "rules/store/rule_manager.h"
 
 #include <algorithm>
 #include <array>

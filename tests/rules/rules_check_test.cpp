@@ -1,4 +1,4 @@
-#include "rules/rules_check.h"
+#include "rules/lint/rules_check.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>

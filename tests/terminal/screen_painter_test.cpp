@@ -1,4 +1,4 @@
-#include "hosts/terminal/screen_painter.h"
+#include "frontends/terminal/screen_painter.h"
 #include "support/pty.h"
 #include "support/terminal_emulator.h"
 

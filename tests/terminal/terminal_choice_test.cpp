@@ -1,6 +1,6 @@
+#include "frontends/terminal/hang_up_filter.h"
+#include "frontends/terminal/terminal_choice.h"
 #include "hosts/simulated/simulated_host.h"
-#include "hosts/terminal/hang_up_filter.h"
-#include "hosts/terminal/terminal_choice.h"
 #include "support/pty.h"
 
 #include <gtest/gtest.h>

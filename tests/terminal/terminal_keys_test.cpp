@@ -1,4 +1,4 @@
-#include "hosts/terminal/terminal_keys.h"
+#include "frontends/terminal/terminal_keys.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "hosts/terminal/terminal_text.h"
+#include "frontends/terminal/terminal_text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "driver/server/session_server.h"
+
+#include <functional>
+#include <optional>
+
+namespace vossel {
+
+// Which agent may be asked about a process, and in what order: the configured user's agent, root's,
+// the process's own user's, nobody else's.
+enum class AgentRank { None, SameUser, Root, ConfiguredUser };
+
+[[nodiscard]] AgentRank agentRank(
+    uid_t agentUser, uid_t processUser, std::optional<uid_t> configuredUser);
+
+// The highest rank that `accepts` takes among the clients that receive notifications; among equals
+// the port registered last. Null when there is none.
+[[nodiscard]] UserClient* chooseAgent(
+    const SessionServer& server, const std::function<AgentRank(const UserClient&)>& rankOf);
+
+}

@@ -1,0 +1,34 @@
+#include "driver/desk/process_life.h"
+
+#include "foundation/files.h"
+#include "hosts/linux/proc_file.h"
+
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <memory>
+
+namespace vossel {
+
+std::function<bool()> whileProcessLives(std::int32_t process, std::uint64_t startTime)
+{
+    const auto handle
+        = std::make_shared<UniqueFd>(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+    // Compared after the handle was taken: from now on the number cannot change hands unseen.
+    if (!*handle || startTime == 0 || readStartTime("/proc", process) != startTime)
+        return [] { return false; };
+    return [handle] {
+        pollfd query = {};
+        query.fd = handle->get();
+        query.events = POLLIN;
+        return ::poll(&query, 1, 0) == 0;
+    };
+}
+
+bool isThreadOf(std::int32_t process, std::int32_t thread)
+{
+    return process > 0 && thread > 0 && ::syscall(SYS_tgkill, process, thread, 0) == 0;
+}
+
+}

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "driver/desk/query_desk.h"
+#include "driver/desk/waiting_places.h"
+#include "driver/guard/blocked_call.h"
+#include "driver/guard/creation_notes.h"
+#include "driver/guard/file_guard.h"
+#include "driver/guard/program_registry.h"
+#include "hosts/linux/proc_file.h"
+
+#include <map>
+#include <memory>
+
+namespace vossel {
+
+// Turns what the kernel asks into questions for the desk, and the desk's answers into the kernel's.
+// Confined to the loop's thread, which opens nothing on a guarded file system: it would wait for
+// itself.
+class Watch {
+public:
+    struct Settings {
+        std::vector<std::string> folders;
+        bool allowByDefault = true;
+        // Blocked accesses at a time; beyond: the default. See WaitingPlaces for a user's part.
+        std::size_t mostHeld = 4096;
+    };
+
+    // All must outlive this.
+    Watch(EventLoop& loop, Worker& worker, QueryDesk& desk, const Settings& settings);
+    // Lets everybody go.
+    ~Watch();
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+
+    // From here on openings below the folders ask. Fails with a sentence, and then guards nothing.
+    Result<bool> start();
+    [[nodiscard]] const std::vector<GuardedFolder>& folders() const { return folders_; }
+    EventLoop::Milliseconds tick(ProgramRegistry::Clock::time_point now);
+
+private:
+    // One blocked access, until it is answered. What nobody answers gets the default.
+    struct Held {
+        Held(Watch& watch, FileGuard::Event accessEvent);
+        ~Held();
+        Held(const Held&) = delete;
+        Held& operator=(const Held&) = delete;
+
+        void answer(bool allow);
+
+        Watch& watch;
+        FileGuard::Event event;
+        OpenedFile file;
+        std::string handle;
+        std::optional<CreationNotes::Creation> creation;
+        std::optional<uid_t> place; // whose place it takes
+        bool answered = false;
+    };
+
+    void readEvents();
+    void take(FileGuard::Event event);
+    [[nodiscard]] std::int32_t operationsOf(Held& held);
+    [[nodiscard]] bool takeAllowedStart(const Held& held);
+    [[nodiscard]] const GuardedFolder* folderOf(const OpenedFile& file) const;
+    void question(std::shared_ptr<Held> held, std::int32_t operations, const ThreadFacts& facts);
+    void removeLeftover(const Held& held);
+
+    EventLoop& loop_;
+    Worker& worker_;
+    QueryDesk& desk_;
+    Settings settings_;
+    std::vector<GuardedFolder> folders_;
+    std::optional<CreationNotes> creations_;
+    std::optional<FileGuard> guard_;
+    std::optional<ProgramRegistry> programs_;
+    // The file of a program start that was allowed, by thread: the kernel asks about the opening of
+    // the same file next.
+    std::map<std::int32_t, std::string> allowedStarts_;
+    WaitingPlaces places_;
+};
+
+}

@@ -1,0 +1,55 @@
+#include "driver/guard/worker.h"
+
+#include <system_error>
+
+namespace vossel {
+
+void Worker::stop()
+{
+    {
+        const std::lock_guard guard(lock_);
+        ending_ = true;
+    }
+    changed_.notify_one();
+    if (thread_.joinable())
+        thread_.join();
+}
+
+bool Worker::start()
+{
+    try {
+        thread_ = std::thread([this] { run(); });
+    } catch (const std::system_error&) {
+        return false;
+    }
+    return true;
+}
+
+bool Worker::post(std::function<void()> job)
+{
+    {
+        const std::lock_guard guard(lock_);
+        if (ending_ || jobs_.size() >= mostJobs)
+            return false;
+        jobs_.push_back(std::move(job));
+    }
+    changed_.notify_one();
+    return true;
+}
+
+void Worker::run()
+{
+    std::unique_lock guard(lock_);
+    while (true) {
+        changed_.wait(guard, [this] { return ending_ || !jobs_.empty(); });
+        if (ending_)
+            return;
+        const std::function<void()> job = std::move(jobs_.front());
+        jobs_.pop_front();
+        guard.unlock();
+        job();
+        guard.lock();
+    }
+}
+
+}

@@ -1,6 +1,0 @@
-#include "driver/driver_program.h"
-
-int main(int argc, char** argv)
-{
-    return vossel::runDriver(argc, argv);
-}

@@ -1,0 +1,85 @@
+#include "frontends/terminal/terminal_interface.h"
+
+#include "agent/filter_status.h"
+#include "frontends/terminal/hang_up_filter.h"
+#include "frontends/terminal/terminal_messages.h"
+#include "frontends/terminal/terminal_prompts.h"
+#include "hosts/desktop/qt_descriptor_watch.h"
+#include "hosts/desktop/signal_calls.h"
+#include "hosts/linux/no_windows.h"
+#include "platform/threads.h"
+
+#include <signal.h>
+
+#include <utility>
+
+namespace vossel {
+
+namespace {
+
+class TerminalInterface final : public UserInterface {
+public:
+    TerminalInterface(const Surroundings& around, TerminalChoice terminals)
+        : terminals_(std::move(terminals))
+        , hangUps_(around.processControl, around.clock,
+              [this, own = terminals_.own()->device, &mainThread = around.mainThread] {
+                  if (!own->vanished())
+                      return false;
+                  mainThread.perform([this] { terminals_.forgetVanished(); });
+                  return true;
+              })
+        , messages_(terminals_, around.mainThread)
+        , notifications_(messages_)
+        , notices_(messages_)
+        , prompts_(
+              {around.clock, around.timers, around.mainThread, around.processes, watchDescriptor},
+              terminals_, messages_)
+        , resizes_({SIGWINCH}, [this] { prompts_.terminalResized(); })
+    {
+    }
+
+    AlertSound& alertSound() override { return prompts_; }
+    NotificationCentre& notifications() override { return notifications_; }
+    Notices& notices() override { return notices_; }
+    ProcessControl& processControl() override { return hangUps_; }
+    WindowSystem& windows() override { return windows_; }
+    PersonQuestion* question() override { return &prompts_; }
+    PromptPresenter& presenter() override { return prompts_; }
+    ResponseListener& responses() override { return prompts_; }
+    void setManager(const PermissionsManager* manager) override { prompts_.setManager(manager); }
+    bool start(ThreadLauncher&) override
+    {
+        messages_.say("Vossel asks here, or on the program's own terminal. Control-C between "
+                      "prompts ends it.");
+        return true;
+    }
+    void stop() override { prompts_.leave(); }
+    void filterStatusChanged(std::int32_t status) override
+    {
+        if (status == FILTER_ENABLED)
+            messages_.say("The filter is on.");
+        else if (status == FILTER_DISABLED)
+            messages_.say("The filter is off, or there is no driver.");
+    }
+
+private:
+    TerminalChoice terminals_;
+    HangUpFilter hangUps_;
+    TerminalMessages messages_;
+    TerminalNotifications notifications_;
+    TerminalNotices notices_;
+    NoWindows windows_;
+    TerminalPrompts prompts_;
+    SignalCalls resizes_;
+};
+
+}
+
+UserInterface::Factory terminalInterface(TerminalChoice terminals)
+{
+    return [terminals = std::move(terminals)](const UserInterface::Surroundings& around) {
+        return std::make_unique<TerminalInterface>(around, terminals);
+    };
+}
+
+}

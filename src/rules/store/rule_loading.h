@@ -1,0 +1,89 @@
+#pragma once
+
+#include "rules/application_table.h"
+#include "rules/equal_rules.h"
+#include "rules/rule_statement.h"
+#include "rules/stable_list.h"
+#include "rules/store/rule_groups.h"
+#include "rules/text_pool.h"
+#include "rules/watch_rule.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vossel {
+
+// Takes the rules of one or more files into a store: numbers them, shares their texts, drops what
+// is there already. Holds what makes that linear, and is thrown away after the last file. Nobody
+// else changes the rules meanwhile. One thread.
+class RuleLoading {
+public:
+    RuleLoading(RuleGroups& groups, WatchRules& watchRules, std::int64_t& ruleSequence)
+        : groups_(groups)
+        , watchRules_(watchRules)
+        , ruleSequence_(ruleSequence)
+    {
+    }
+
+    // Some lines of a file. What they say waits until it is known whether the file counts.
+    void read(std::string_view lines, const RulesKind& kind);
+    // Appends what was read; options to `options`. A fail-safe file's policy rules are merged
+    // (FailsafeMerge).
+    void commit(bool failsafe, std::vector<FilterOption>& options);
+    void discard();
+
+private:
+    // A line that says something.
+    struct Cut {
+        RuleFields fields;
+        StatementKind kind = StatementKind::None;
+        ApplicationTable::Wanted application;
+    };
+    struct WaitingPolicy {
+        std::unique_ptr<PolicyRule> rule;
+        std::uint64_t hash = 0;
+        Application* application = nullptr;
+    };
+    struct WaitingWatch {
+        std::unique_ptr<WatchRule> rule;
+        std::uint64_t hash = 0;
+        std::string operationsAsWritten;
+    };
+
+    struct WaitingOption {
+        FilterOption option;
+        std::int64_t before = 0; // rules that were read before it
+    };
+
+    static bool cut(std::string_view line, const RulesKind& kind, Cut& into);
+    void expect(Cut* first, Cut* last) const;
+    void wait(const Cut& line, const RulesKind& kind);
+    struct Buckets;
+    [[nodiscard]] Buckets bucketsByGroup();
+    void logWaiting(const Buckets& buckets) const;
+    void commitWatchRules();
+    void commitPolicyRules(const Buckets& buckets, bool failsafe);
+    using WaitingPlace = WaitingPolicy* const*;
+    void addDistinct(RuleGroup& group, WaitingPlace first, WaitingPlace last);
+    void expectComparison(WaitingPlace place, WaitingPlace last) const;
+    static void addMerging(RuleGroup& group, WaitingPlace first, WaitingPlace last);
+
+    RuleGroups& groups_;
+    WatchRules& watchRules_;
+    std::int64_t& ruleSequence_;
+
+    StableList<WaitingPolicy, 1024> policies_;
+    std::vector<WaitingWatch> watches_;
+    std::vector<WaitingOption> options_;
+    std::int64_t numbered_ = 0; // rules that wait
+    bool readsSystemRules_ = false;
+
+    ApplicationTable applications_;
+    TextPool tags_;
+    EqualRules<PolicyRule> known_; // of one group at a time
+};
+
+}
