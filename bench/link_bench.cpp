@@ -13,8 +13,8 @@
 #include "prompting/permissions_manager.h"
 #include "support/fake_prompts.h"
 #include "support/temporary_directory.h"
-#include "ui/prompt/prompt_presenter.h"
-#include "ui/prompt/prompt_windows.h"
+#include "ui/prompt/presenter_by_kind.h"
+#include "ui/prompt/prompt_view_model_factory.h"
 #include "ui/prompt/qm_permissions_window.h"
 #include "ui/prompt/qm_simple_permissions_window.h"
 #include "user/user_checks.h"
@@ -49,7 +49,7 @@ constexpr double largestMemory = 300; // MB
 enum class Prompts { None, Instant, ViewModels };
 
 // Presses Allow as soon as a prompt is open.
-class InstantPresenter final : public PromptPresenter {
+class InstantPresenter final : public PresenterByKind {
 public:
     explicit InstantPresenter(MainThread& mainThread)
         : mainThread_(mainThread)
@@ -95,7 +95,7 @@ private:
     PermissionsManager broker{host, directories, checks};
     FilterStatus status;
     InstantPresenter presenter{mainThread};
-    PromptWindows viewModels{{host, directories, broker, presenter}};
+    PromptViewModelFactory viewModels{{host, directories, broker, presenter}};
     test::FakePromptFactory instant;
     instant.onShow = [&](test::FakeAdvancedPrompt& prompt) {
         prompt.report(DECISION_ALLOW);

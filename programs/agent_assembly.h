@@ -21,7 +21,7 @@
 #include "platform/host.h"
 #include "prompting/permissions_manager.h"
 #include "settings/directories.h"
-#include "ui/prompt/prompt_windows.h"
+#include "ui/prompt/prompt_view_model_factory.h"
 #include "user/user_checks.h"
 
 #include <memory>
@@ -76,7 +76,7 @@ private:
     const UserChecks userChecks_;
     FilterStatus filterStatus_;
     PermissionsManager manager_;
-    PromptWindows prompts_;
+    PromptViewModelFactory prompts_;
     DriverLink link_;
     bool asked_ = false; // to end
     int status_ = 0;

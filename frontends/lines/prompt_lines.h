@@ -3,7 +3,7 @@
 #include "agent/driver_link_interfaces.h"
 #include "frontends/lines/line_command.h"
 #include "platform/clock.h"
-#include "ui/prompt/prompt_presenter.h"
+#include "ui/prompt/presenter_by_kind.h"
 #include "wire_json/record_json.h"
 
 #include <cstdint>
@@ -25,7 +25,7 @@ class PermissionsManager;
 // main thread; the end of a prompt is reported by the thread of its query. For each prompt that was
 // shown the events come in the order prompt, state (any number), end: what is told of a prompt is
 // told under the lock that also says whether its end has been told.
-class PromptLines final : public PromptPresenter, public ResponseListener {
+class PromptLines final : public PresenterByKind, public ResponseListener {
 public:
     // Commands that may wait for a prompt; more are refused.
     static constexpr std::size_t mostWaiting = 10000;

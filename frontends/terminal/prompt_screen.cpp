@@ -72,7 +72,7 @@ public:
     }
 
 private:
-    using Choices = PromptView::Choices;
+    using Choices = TerminalView::Choices;
 
     void build(const Detail& detail)
     {
@@ -85,7 +85,7 @@ private:
         addWrapped(view_.sentence, detail.sentenceLines, Style::Strong);
         blank(detail);
         std::size_t facts = 0;
-        for (const PromptView::Fact& one : view_.facts) {
+        for (const TerminalView::Fact& one : view_.facts) {
             if ((!one.text.empty() || !one.name.empty()) && facts++ < detail.facts)
                 fact(one);
         }
@@ -120,7 +120,7 @@ private:
         push(std::move(row));
     }
 
-    void fact(const PromptView::Fact& fact)
+    void fact(const TerminalView::Fact& fact)
     {
         ScreenRow row = labelled(fact.label);
         const std::size_t room = row.room();
@@ -209,7 +209,7 @@ private:
     void durations()
     {
         ScreenRow row = labelled("How long");
-        for (const PromptView::Duration& duration : view_.durations) {
+        for (const TerminalView::Duration& duration : view_.durations) {
             ScreenRow piece(width_);
             piece.add(duration.selected ? "[" : " ", Style::Plain);
             piece.add(duration.key, Style::Strong).add(" ");
@@ -349,7 +349,7 @@ private:
     }
 
     const PromptScreenState& state_;
-    const PromptView& view_;
+    const TerminalView& view_;
     const Charset charset_;
     const std::size_t height_;
     const std::size_t width_;

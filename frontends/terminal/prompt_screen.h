@@ -17,7 +17,7 @@ struct ShownQuestion {
 };
 
 struct PromptScreenState {
-    PromptView view;
+    TerminalView view;
     std::int64_t secondsLeft = 0;
     std::string message; // why a key did nothing; empty for none
     bool help = false; // the keys instead of the choices

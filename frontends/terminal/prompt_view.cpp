@@ -11,22 +11,22 @@ namespace vossel {
 
 namespace {
 
-constexpr std::array<PromptView::Duration, DURATION_FOREVER + 1> durations{{
+constexpr std::array<TerminalView::Duration, DURATION_FOREVER + 1> durations{{
     {"^O", "once", false},
     {"^Q", "until it quits", false},
     {"^R", "until restart", false},
     {"^F", "forever", false},
 }};
 
-PromptView::Duration duration(std::int32_t code, std::int32_t selected)
+TerminalView::Duration duration(std::int32_t code, std::int32_t selected)
 {
-    PromptView::Duration shown = durations[static_cast<std::size_t>(code)];
+    TerminalView::Duration shown = durations[static_cast<std::size_t>(code)];
     shown.selected = code == selected;
     return shown;
 }
 
 // Whoever has no signature says so in no words at all.
-PromptView::Fact signerFact(const TextField& text, std::int32_t codeSignState)
+TerminalView::Fact signerFact(const TextField& text, std::int32_t codeSignState)
 {
     std::string signer = text.stringValue();
     if (signer.empty())
@@ -35,10 +35,10 @@ PromptView::Fact signerFact(const TextField& text, std::int32_t codeSignState)
 }
 
 template <class Prompt>
-PromptView commonView(const Prompt& prompt, const TextField& sentence)
+TerminalView commonView(const Prompt& prompt, const TextField& sentence)
 {
     const PromptFrame& frame = prompt.frame();
-    PromptView view;
+    TerminalView view;
     view.sentence = sentence.stringValue();
     view.dangerous = prompt.alertType() != ALERT_ORDINARY;
     view.answered = !prompt.requireTouchBar();
@@ -46,9 +46,9 @@ PromptView commonView(const Prompt& prompt, const TextField& sentence)
     return view;
 }
 
-PromptView::Choices choicesOf(const PopUpButton& popUp, std::int64_t recommended)
+TerminalView::Choices choicesOf(const PopUpButton& popUp, std::int64_t recommended)
 {
-    PromptView::Choices choices;
+    TerminalView::Choices choices;
     const std::int64_t first = popUp.pullsDown() ? 1 : 0; // a pull-down's item 0 is its title
     for (std::int64_t index = first; index < popUp.numberOfItems(); ++index)
         choices.titles.push_back(popUp.items()[static_cast<std::size_t>(index)].title);
@@ -60,11 +60,11 @@ PromptView::Choices choicesOf(const PopUpButton& popUp, std::int64_t recommended
 
 }
 
-PromptView viewOf(const QMPermissionsWindow& prompt, const PermissionsManager& manager,
+TerminalView viewOf(const QMPermissionsWindow& prompt, const PermissionsManager& manager,
     std::int64_t recommendedProcess)
 {
     const PermissionsControls& controls = prompt.controls();
-    PromptView view = commonView(prompt, controls.activityDescriptionTextField);
+    TerminalView view = commonView(prompt, controls.activityDescriptionTextField);
     view.advanced = true;
     view.facts = {
         {"File", {}, controls.filenameTextField.stringValue()},
@@ -78,19 +78,19 @@ PromptView viewOf(const QMPermissionsWindow& prompt, const PermissionsManager& m
     view.operations = controls.operationsButton.title();
     const CheckBox& updates = controls.allowUpdatesCheckBox;
     if (!updates.hidden())
-        view.updates = PromptView::Updates{updates.checked(), updates.enabled()};
+        view.updates = TerminalView::Updates{updates.checked(), updates.enabled()};
     const SegmentedControl& segments = controls.durationSegmentedControl;
     for (std::int32_t code = DURATION_ONCE; code < segments.segmentCount(); ++code)
         view.durations.push_back(duration(code, segments.selectedSegment()));
     return view;
 }
 
-PromptView viewOf(const QMSimplePermissionsWindow& prompt, const PermissionsManager& manager,
+TerminalView viewOf(const QMSimplePermissionsWindow& prompt, const PermissionsManager& manager,
     const Processes& processes)
 {
     const SimplePermissionsControls& controls = prompt.controls();
     const policy_query& query = prompt.policyQuery();
-    PromptView view = commonView(prompt, controls.activityDescriptionTextField);
+    TerminalView view = commonView(prompt, controls.activityDescriptionTextField);
     view.facts = {
         {"Program", controls.applicationNameTextField.stringValue(),
             applicationPathText(manager, query)},

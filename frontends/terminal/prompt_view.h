@@ -14,7 +14,7 @@ class QMSimplePermissionsWindow;
 
 // What a prompt on a terminal shows, read from the view model of either kind. Texts are bytes as
 // they came.
-struct PromptView {
+struct TerminalView {
     struct Fact {
         const char* label = "";
         std::string name; // stands out; may be empty
@@ -53,9 +53,9 @@ struct PromptView {
 };
 
 // `recommendedProcess` is the index that the prompt had chosen when it opened.
-[[nodiscard]] PromptView viewOf(const QMPermissionsWindow& prompt,
+[[nodiscard]] TerminalView viewOf(const QMPermissionsWindow& prompt,
     const PermissionsManager& manager, std::int64_t recommendedProcess);
-[[nodiscard]] PromptView viewOf(const QMSimplePermissionsWindow& prompt,
+[[nodiscard]] TerminalView viewOf(const QMSimplePermissionsWindow& prompt,
     const PermissionsManager& manager, const Processes& processes);
 
 }

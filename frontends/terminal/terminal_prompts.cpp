@@ -195,7 +195,7 @@ void TerminalPrompts::moveAway()
 
 // --- showing ------------------------------------------------------------------------------------
 
-PromptView TerminalPrompts::view() const
+TerminalView TerminalPrompts::view() const
 {
     if (const auto* advanced = std::get_if<QMPermissionsWindow*>(&open_))
         return viewOf(**advanced, *manager_, recommendedProcess_);

@@ -7,7 +7,7 @@
 #include "frontends/terminal/typed_answer.h"
 #include "platform/alert_sound.h"
 #include "platform/person_question.h"
-#include "ui/prompt/prompt_presenter.h"
+#include "ui/prompt/presenter_by_kind.h"
 
 #include <cstdint>
 #include <memory>
@@ -27,7 +27,7 @@ class TerminalMessages;
 // Shows prompts on a terminal and feeds its keys to them. The terminal is chosen for each prompt;
 // as long as there is none, it is looked for once a second. It is given back before the program
 // that asked goes on. Main thread, but for didDeliverResponse().
-class TerminalPrompts final : public PromptPresenter,
+class TerminalPrompts final : public PresenterByKind,
                               public ResponseListener,
                               public AlertSound,
                               public PersonQuestion {
@@ -84,7 +84,7 @@ private:
     void moveAway();
     void watchProgram();
     void paint();
-    [[nodiscard]] PromptView view() const;
+    [[nodiscard]] TerminalView view() const;
     [[nodiscard]] std::int32_t pid() const;
     [[nodiscard]] Clock::Duration timeLeft() const;
     void tick();

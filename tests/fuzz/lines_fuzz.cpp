@@ -5,7 +5,7 @@
 #include "prompting/permissions_manager.h"
 #include "require.h"
 #include "settings/directories.h"
-#include "ui/prompt/prompt_windows.h"
+#include "ui/prompt/prompt_view_model_factory.h"
 #include "user/user_checks.h"
 
 #include <cstdint>
@@ -46,7 +46,7 @@ struct Agent {
     }};
     PromptLines lines{output, host.mainThread, host.clock};
     PermissionsManager manager{host.host, directories, userChecks};
-    PromptWindows windows{PromptContext{host.host, directories, manager, lines}};
+    PromptViewModelFactory windows{PromptContext{host.host, directories, manager, lines}};
 
     Agent()
     {

@@ -3,7 +3,7 @@
 #include "frontends/lines/line_output.h"
 #include "frontends/lines/prompt_lines.h"
 #include "support/agent_fixture.h"
-#include "ui/prompt/prompt_windows.h"
+#include "ui/prompt/prompt_view_model_factory.h"
 
 #include <gtest/gtest.h>
 
@@ -101,7 +101,7 @@ protected:
     }};
     FilterStatus status;
     PromptLines lines{output, host.mainThread, host.clock};
-    PromptWindows windows{PromptContext{host.host, directories, broker, lines}};
+    PromptViewModelFactory windows{PromptContext{host.host, directories, broker, lines}};
     DriverLink link{host.host, directories, userChecks, status, broker};
 };
 

@@ -5,7 +5,7 @@
 #include "support/pty.h"
 #include "support/queries.h"
 #include "support/terminal_emulator.h"
-#include "ui/prompt/prompt_windows.h"
+#include "ui/prompt/prompt_view_model_factory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -108,7 +108,7 @@ struct TerminalPromptsTest : testing::Test, AgentFixture {
         host.session, host.accounts, host.processes, host.installers, host.volumes,
         host.codeSigning, host.authenticator, host.notifications, host.notices, host.windows,
         host.workspace, host.processControl, prompts};
-    PromptWindows windows{PromptContext{ringing, directories, broker, prompts}};
+    PromptViewModelFactory windows{PromptContext{ringing, directories, broker, prompts}};
     std::shared_ptr<QueryWait> wait;
 };
 

@@ -131,7 +131,7 @@ TEST(ToolTips, ShowTheFieldUnderARestingMouse)
     const auto& tip = prompt.frame().window.state().tip;
     prompt.moveWindow({1000, 500, 560, 360});
     const Rect file{20, 30, 40, 17};
-    prompt.moveField(&PermissionsControls::filenameTextField, file);
+    prompt.moveField(ShownPrompt::Field::File, file);
 
     prompt.mouseMoved({file.x + file.width, file.y}); // beside the field
     fixture.host.advance(std::chrono::seconds(2));

@@ -2,8 +2,8 @@
 
 #include "support/agent_fixture.h"
 #include "support/queries.h"
-#include "ui/prompt/prompt_presenter.h"
-#include "ui/prompt/prompt_windows.h"
+#include "ui/prompt/presenter_by_kind.h"
+#include "ui/prompt/prompt_view_model_factory.h"
 #include "ui/prompt/qm_permissions_window.h"
 #include "ui/prompt/qm_simple_permissions_window.h"
 
@@ -16,11 +16,11 @@ using Lines = std::vector<std::string>;
 // The agent's broker with the real prompts, advanced ones unless the preferences are written anew.
 // Nothing is drawn, and nobody but the broker keeps a prompt: a click or a key may be the last
 // thing that it sees.
-struct PromptFixture : AgentFixture, PromptPresenter {
+struct PromptFixture : AgentFixture, PresenterByKind {
     QMPermissionsWindow* advanced = nullptr; // that is open
     QMSimplePermissionsWindow* simple = nullptr;
     Lines calls;
-    PromptWindows windows{{host.host, directories, broker, *this}};
+    PromptViewModelFactory windows{{host.host, directories, broker, *this}};
     std::shared_ptr<QueryWait> wait; // for the answer to the last query
 
     PromptFixture()

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// The words of the prompts that come from no query, each said once for every front end.
+
+namespace vossel {
+
+// Of a duration's code: "Until restart". Empty for a code that is none.
+[[nodiscard]] std::string_view durationTitle(std::int32_t code);
+
+// What the prompts say of a program's signature: "Signed by Acme", "Not signed". `text` is what the
+// inspection found, which may be nothing.
+[[nodiscard]] std::string signatureSentence(std::string_view text, std::int32_t codeSignState);
+
+}
