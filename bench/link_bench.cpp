@@ -13,10 +13,9 @@
 #include "prompting/permissions_manager.h"
 #include "support/fake_prompts.h"
 #include "support/temporary_directory.h"
-#include "ui/prompt/presenter_by_kind.h"
+#include "ui/prompt/prompt_presenter.h"
 #include "ui/prompt/prompt_view_model_factory.h"
-#include "ui/prompt/qm_permissions_window.h"
-#include "ui/prompt/qm_simple_permissions_window.h"
+#include "ui/prompt/shown_prompt.h"
 #include "user/user_checks.h"
 
 #include <QCoreApplication>
@@ -49,24 +48,20 @@ constexpr double largestMemory = 300; // MB
 enum class Prompts { None, Instant, ViewModels };
 
 // Presses Allow as soon as a prompt is open.
-class InstantPresenter final : public PresenterByKind {
+class InstantPresenter final : public PromptPresenter {
 public:
     explicit InstantPresenter(MainThread& mainThread)
         : mainThread_(mainThread)
     {
     }
-    void promptOpened(QMPermissionsWindow& prompt) override { press(prompt); }
-    void promptOpened(QMSimplePermissionsWindow& prompt) override { press(prompt); }
-    void promptChanged(QMPermissionsWindow&) override { }
-    void promptChanged(QMSimplePermissionsWindow&) override { }
-    void promptClosed(QMPermissionsWindow&) override { }
-    void promptClosed(QMSimplePermissionsWindow&) override { }
+    void promptOpened(ShownPrompt& prompt) override
+    {
+        mainThread_.perform([&prompt] { (void)prompt.carryOut({PromptAct::Kind::Allow, 0}); });
+    }
+    void promptChanged(ShownPrompt&) override { }
+    void promptClosed(ShownPrompt&) override { }
 
 private:
-    void press(PromptWindow& prompt)
-    {
-        mainThread_.perform([&prompt] { prompt.performClickAllow(); });
-    }
     MainThread& mainThread_;
 };
 

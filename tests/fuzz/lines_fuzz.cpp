@@ -1,6 +1,6 @@
-#include "frontends/lines/line_command.h"
 #include "frontends/lines/line_output.h"
-#include "frontends/lines/prompt_lines.h"
+#include "frontends/lines/line_prompt_presenter.h"
+#include "frontends/lines/line_splitter.h"
 #include "hosts/simulated/simulated_host.h"
 #include "prompting/permissions_manager.h"
 #include "require.h"
@@ -44,15 +44,11 @@ struct Agent {
         prompts += event.value("event", "") == "prompt";
         return true;
     }};
-    PromptLines lines{output, host.mainThread, host.clock};
+    LinePromptPresenter lines{output, host.mainThread};
     PermissionsManager manager{host.host, directories, userChecks};
     PromptViewModelFactory windows{PromptContext{host.host, directories, manager, lines}};
 
-    Agent()
-    {
-        lines.setManager(&manager);
-        manager.setPromptFactory(&windows);
-    }
+    Agent() { manager.setPromptFactory(&windows); }
 
     // Asks once more, whatever waits of the commands; as the query's thread would.
     void ask()
@@ -87,7 +83,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     agent.ask();
     std::size_t count = 0;
     for (const auto& [line, tooLong] : lines) {
-        require(line.size() <= LineSplitter::longestLine, "a line beyond the limit");
+        require(line.size() <= LineSplitter::maxLine, "a line beyond the limit");
         agent.lines.take(line, tooLong);
         if (++count % 8 == 0)
             agent.ask();
