@@ -1,8 +1,8 @@
 #pragma once
 
-#include "frontends/terminal/prompt_view.h"
 #include "frontends/terminal/screen_row.h"
 #include "frontends/terminal/terminal_device.h"
+#include "ui/prompt/prompt_view.h"
 
 #include <cstdint>
 #include <optional>
@@ -17,7 +17,7 @@ struct ShownQuestion {
 };
 
 struct PromptScreenState {
-    TerminalView view;
+    PromptView view;
     std::int64_t secondsLeft = 0;
     std::string message; // why a key did nothing; empty for none
     bool help = false; // the keys instead of the choices

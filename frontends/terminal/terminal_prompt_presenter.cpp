@@ -1,22 +1,18 @@
-#include "frontends/terminal/terminal_prompts.h"
+#include "frontends/terminal/terminal_prompt_presenter.h"
 
 #include "foundation/log.h"
 #include "foundation/text_format.h"
-#include "frontends/lines/line_command.h"
-#include "frontends/lines/prompt_commands.h"
+#include "frontends/terminal/prompt_screen.h"
+#include "frontends/terminal/prompt_sentences.h"
 #include "frontends/terminal/terminal_choice.h"
 #include "frontends/terminal/terminal_messages.h"
 #include "platform/threads.h"
-#include "prompting/permissions_manager.h"
-#include "ui/prompt/qm_permissions_window.h"
-#include "ui/prompt/qm_simple_permissions_window.h"
+#include "ui/prompt/shown_prompt.h"
 
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <string.h>
-#include <type_traits>
 #include <utility>
 
 namespace vossel {
@@ -26,48 +22,10 @@ namespace {
 // The terminal is given back this much before the query is answered in the user's place: what the
 // program then writes must not go to the prompt's screen.
 constexpr Clock::Duration leavesEarly = std::chrono::milliseconds(100);
-// An answer is one key, not the next one of what is typed for something else.
-constexpr Clock::Duration afterLetters = std::chrono::milliseconds(500);
-constexpr Clock::Duration second = std::chrono::seconds(1);
-
-// What was decided, in words; empty for what was not shown.
-std::string outcomeText(const user_prompt_response& response, QueryWait::Outcome outcome)
-{
-    static constexpr const char* durations[]
-        = {"once", "until it quits", "until restart", "forever"};
-    switch (outcome) {
-    case QueryWait::Outcome::Waiting:
-        return {};
-    case QueryWait::Outcome::TimedOut:
-        return "not answered in time, denied";
-    case QueryWait::Outcome::Cancelled:
-        return "withdrawn";
-    case QueryWait::Outcome::Reevaluated:
-        return "left to the rules";
-    case QueryWait::Outcome::Answered:
-        break;
-    }
-    std::string text = response.decision == DECISION_ALLOW ? "allowed" : "denied";
-    if (response.duration >= DURATION_ONCE && response.duration <= DURATION_FOREVER)
-        text += std::string(", ") + durations[response.duration];
-    return text;
-}
-
-// Why a key was answered by the alert sound only.
-const char* refusal(const TerminalKey& key, const KeyBinding& binding, bool touchBarOnly)
-{
-    if (binding.decides && touchBarOnly)
-        return "No key answers this prompt; it is denied when its time is over.";
-    if (key.kind == TerminalKey::Kind::Return)
-        return "Return alone answers nothing: Alt-Return or a capital A allows, Escape denies.";
-    if (key.kind == TerminalKey::Kind::Pasted)
-        return "What is pasted is not taken for keys.";
-    return "This key means nothing here; ? shows those that do.";
-}
 
 }
 
-TerminalPrompts::TerminalPrompts(
+TerminalPromptPresenter::TerminalPromptPresenter(
     Services services, TerminalChoice& choice, TerminalMessages& messages)
     : services_(std::move(services))
     , choice_(choice)
@@ -75,69 +33,55 @@ TerminalPrompts::TerminalPrompts(
 {
 }
 
-TerminalPrompts::~TerminalPrompts()
+TerminalPromptPresenter::~TerminalPromptPresenter()
 {
     services_.timers.cancel(tick_);
 }
 
-void TerminalPrompts::leave()
+void TerminalPromptPresenter::leave()
 {
-    closed(open_);
+    if (open_)
+        letGo();
 }
 
 // --- prompts ------------------------------------------------------------------------------------
 
-void TerminalPrompts::promptOpened(QMPermissionsWindow& prompt)
+void TerminalPromptPresenter::promptOpened(ShownPrompt& prompt)
 {
-    opened(&prompt, prompt.controls().applicationNamePopUp.selectedIndex());
-}
-
-void TerminalPrompts::promptOpened(QMSimplePermissionsWindow& prompt)
-{
-    opened(&prompt, -1);
-}
-
-void TerminalPrompts::opened(Prompt prompt, std::int64_t recommendedProcess)
-{
-    wait_ = manager_->shownWait();
     subject_.clear();
-    if (!wait_ || wait_->isOver())
+    if (prompt.isOver())
         return;
     ++opening_;
-    open_ = prompt;
-    recommendedProcess_ = recommendedProcess;
+    open_ = &prompt;
     rung_ = false;
     help_ = false;
-    lastLetter_.reset();
+    typing_ = {};
     message_.clear();
-    subject_ = std::visit(
-        [this](auto shown) -> std::string {
-            if constexpr (std::is_same_v<decltype(shown), std::monostate>)
-                return {};
-            else
-                return formatText("%@: %@",
-                    {manager_->manicureDisplayPathForQuery(shown->policyQuery()),
-                        textOf(shown->policyQuery().path)});
-        },
-        open_);
+    const PromptView view = prompt.view();
+    pid_ = view.pid;
+    subject_ = formatText("%@: %@", {view.displayName, view.file.text});
     appear();
     scheduleTick();
 }
 
-void TerminalPrompts::closed(const Prompt& prompt)
+void TerminalPromptPresenter::promptClosed(ShownPrompt& prompt)
 {
-    if (open_ != prompt)
-        return;
+    if (open_ == &prompt)
+        letGo();
+}
+
+void TerminalPromptPresenter::letGo()
+{
     ++opening_;
-    open_ = {};
+    open_ = nullptr;
     endQuestion(std::nullopt);
     disappear();
     services_.timers.cancel(std::exchange(tick_, 0));
 }
 
-void TerminalPrompts::appear()
+void TerminalPromptPresenter::appear()
 {
-    place_ = choice_.placeFor(pid());
+    place_ = choice_.placeFor(pid_);
     if (!place_) {
         if (!std::exchange(rung_, true)) {
             logText("nobody can be asked now about %@: no terminal is free", subject_);
@@ -163,19 +107,19 @@ void TerminalPrompts::appear()
 
 // When the program ends its shell reads the keys again, and takes the terminal's mode as it finds
 // it: it is to be given back at once.
-void TerminalPrompts::watchProgram()
+void TerminalPromptPresenter::watchProgram()
 {
-    program_.reset(static_cast<int>(::syscall(SYS_pidfd_open, pid(), 0)));
+    program_.reset(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
     if (!program_)
         return;
     programWatch_ = services_.watch(program_.get(), [this] {
         programWatch_.reset();
-        if (screen_ && !choice_.isStillFree(*place_, pid()))
+        if (screen_ && !choice_.isStillFree(*place_, pid_))
             moveAway();
     });
 }
 
-void TerminalPrompts::disappear()
+void TerminalPromptPresenter::disappear()
 {
     screen_.reset();
     place_.reset();
@@ -185,79 +129,53 @@ void TerminalPrompts::disappear()
 }
 
 // The terminal has gone, or somebody else reads its keys now.
-void TerminalPrompts::moveAway()
+void TerminalPromptPresenter::moveAway()
 {
     endQuestion(std::nullopt);
     disappear();
-    if (!std::holds_alternative<std::monostate>(open_))
+    if (open_)
         appear();
 }
 
 // --- showing ------------------------------------------------------------------------------------
 
-TerminalView TerminalPrompts::view() const
+void TerminalPromptPresenter::paint()
 {
-    if (const auto* advanced = std::get_if<QMPermissionsWindow*>(&open_))
-        return viewOf(**advanced, *manager_, recommendedProcess_);
-    return viewOf(*std::get<QMSimplePermissionsWindow*>(open_), *manager_, services_.processes);
-}
-
-std::int32_t TerminalPrompts::pid() const
-{
-    return std::visit(
-        [](auto shown) -> std::int32_t {
-            if constexpr (std::is_same_v<decltype(shown), std::monostate>)
-                return 0;
-            else
-                return shown->policyQuery().pid;
-        },
-        open_);
-}
-
-void TerminalPrompts::paint()
-{
-    if (!screen_ || std::holds_alternative<std::monostate>(open_))
+    if (!screen_ || !open_)
         return;
-    PromptScreenState state{view(), 0, message_, help_, std::nullopt};
-    state.secondsLeft = std::chrono::ceil<std::chrono::seconds>(timeLeft()).count();
+    PromptScreenState state{
+        open_->view(), open_->countdown().secondsLeft(), message_, help_, std::nullopt};
     if (question_)
         state.question = ShownQuestion{question_->text, question_->typed.shown()};
     screen_->paint(promptScreen(state, screen_->area(), screen_->charset()));
 }
 
-Clock::Duration TerminalPrompts::timeLeft() const
-{
-    return std::max(Clock::Duration::zero(), wait_->deadline() - services_.clock.now());
-}
-
-void TerminalPrompts::terminalResized()
+void TerminalPromptPresenter::terminalResized()
 {
     if (screen_ && screen_->followSize())
         paint();
 }
 
-void TerminalPrompts::scheduleTick()
+void TerminalPromptPresenter::scheduleTick()
 {
-    const Clock::Duration left = timeLeft();
-    if (left <= leavesEarly)
+    const PromptCountdown countdown = open_->countdown();
+    if (countdown.left() <= leavesEarly)
         return;
-    Clock::Duration pause = left % second;
-    if (left <= second)
-        pause = left - leavesEarly;
-    else if (pause == Clock::Duration::zero())
-        pause = second;
+    const bool isLast = countdown.left() == countdown.untilNextSecond();
     services_.timers.cancel(tick_);
-    tick_ = services_.timers.once(pause, [this] { tick(); });
+    tick_ = services_.timers.once(
+        countdown.untilNextSecond() - (isLast ? leavesEarly : Clock::Duration::zero()),
+        [this] { tick(); });
 }
 
-void TerminalPrompts::tick()
+void TerminalPromptPresenter::tick()
 {
     tick_ = 0;
-    if (timeLeft() <= leavesEarly) {
+    if (open_->countdown().left() <= leavesEarly) {
         disappear();
         return;
     }
-    if (screen_ && (screen_->vanished() || !choice_.isStillFree(*place_, pid()))) {
+    if (screen_ && (screen_->vanished() || !choice_.isStillFree(*place_, pid_))) {
         moveAway();
     } else if (screen_) {
         (void)screen_->followSize();
@@ -270,19 +188,15 @@ void TerminalPrompts::tick()
 
 // --- keys ---------------------------------------------------------------------------------------
 
-void TerminalPrompts::takeKeys(const std::vector<TerminalKey>& keys)
+void TerminalPromptPresenter::takeKeys(const std::vector<TerminalKey>& keys)
 {
     // The program may just have been killed: its shell has the keys now.
-    if (!choice_.isStillFree(*place_, pid())) {
+    if (!choice_.isStillFree(*place_, pid_)) {
         moveAway();
         return;
     }
     const std::uint64_t opening = opening_;
-    // A person presses one key at a time; a word is typed for somebody else, or was pasted.
-    const bool amongText
-        = keys.size() > 1 && std::any_of(keys.begin(), keys.end(), [](const TerminalKey& key) {
-              return key.kind == TerminalKey::Kind::Character && !key.control && !key.alt;
-          });
+    const bool amongText = TypingGuard::areText(keys);
     for (const TerminalKey& key : keys) {
         if (question_)
             answerQuestion(key);
@@ -295,22 +209,17 @@ void TerminalPrompts::takeKeys(const std::vector<TerminalKey>& keys)
     paint();
 }
 
-void TerminalPrompts::takeKey(const TerminalKey& key, bool amongText)
+void TerminalPromptPresenter::takeKey(const TerminalKey& key, bool amongText)
 {
     const KeyBinding binding = bindingOf(key);
-    const Clock::Instant now = services_.clock.now();
-    const bool typing = amongText || (lastLetter_ && now < *lastLetter_ + afterLetters);
-    // Letters that mean something here are no word.
-    if (key.kind == TerminalKey::Kind::Character && !key.control && !key.alt && !binding.decides
-        && binding.act == KeyBinding::Act::Press)
-        lastLetter_ = now;
+    const bool typing = typing_.isTyping(key, binding, services_.clock.now()) || amongText;
     message_.clear();
     if (binding.decides && typing) {
         play();
         message_ = "Keys came too fast to be an answer.";
-    } else if (binding.act == KeyBinding::Act::Help) {
+    } else if (binding.meaning == KeyBinding::Meaning::Help) {
         help_ = !help_;
-    } else if (binding.act == KeyBinding::Act::Press) {
+    } else if (binding.meaning == KeyBinding::Meaning::Press) {
         press(binding, key);
     } else {
         carryOut(binding.act);
@@ -318,50 +227,28 @@ void TerminalPrompts::takeKey(const TerminalKey& key, bool amongText)
 }
 
 // The prompt may be gone afterwards, and another open.
-void TerminalPrompts::press(const KeyBinding& binding, const TerminalKey& key)
+void TerminalPromptPresenter::press(const KeyBinding& binding, const TerminalKey& key)
 {
     const std::uint64_t opening = opening_;
     sounded_ = false;
-    std::visit(
-        [&](auto shown) {
-            if constexpr (!std::is_same_v<decltype(shown), std::monostate>)
-                shown->frame().window.keyDown(binding.event);
-        },
-        open_);
-    if (opening_ != opening || !sounded_)
-        return;
-    message_ = refusal(key, binding, manager_->requireTouchBar());
+    open_->keyDown(binding.event);
+    if (opening_ == opening && sounded_)
+        message_ = refusedKeySentence(key, binding, open_->view().touchBarOnly);
 }
 
-void TerminalPrompts::carryOut(KeyBinding::Act act)
+void TerminalPromptPresenter::carryOut(PromptAct act)
 {
-    LineCommand command;
-    if (act == KeyBinding::Act::Operations)
-        command.kind = LineCommand::Kind::Operations;
-    if (act == KeyBinding::Act::Details)
-        command.kind = LineCommand::Kind::Advanced;
-    if (act == KeyBinding::Act::Updates) {
-        command.kind = LineCommand::Kind::Updates;
-        const auto* advanced = std::get_if<QMPermissionsWindow*>(&open_);
-        command.number
-            = advanced && !(*advanced)->controls().allowUpdatesCheckBox.checked() ? 1 : 0;
-    }
+    if (act.kind == PromptAct::Kind::Updates)
+        act.number = open_->view().updates.checked ? 0 : 1;
     const std::uint64_t opening = opening_;
-    const auto refused = std::visit(
-        [&](auto shown) -> std::optional<std::string> {
-            if constexpr (std::is_same_v<decltype(shown), std::monostate>)
-                return std::nullopt;
-            else
-                return vossel::carryOut(command, *shown);
-        },
-        open_);
-    if (!refused || opening_ != opening)
+    const Refusal refusal = open_->carryOut(act);
+    if (!refusal || opening_ != opening)
         return;
     play();
-    message_ = *refused;
+    message_ = *refusal;
 }
 
-void TerminalPrompts::play()
+void TerminalPromptPresenter::play()
 {
     sounded_ = true;
     if (screen_)
@@ -370,7 +257,7 @@ void TerminalPrompts::play()
 
 // --- questions ----------------------------------------------------------------------------------
 
-void TerminalPrompts::ask(const std::string& text, bool echo, Answer answer)
+void TerminalPromptPresenter::ask(const std::string& text, bool echo, Answer answer)
 {
     endQuestion(std::nullopt);
     if (!screen_) {
@@ -381,19 +268,19 @@ void TerminalPrompts::ask(const std::string& text, bool echo, Answer answer)
     paint();
 }
 
-void TerminalPrompts::tell(const std::string& text)
+void TerminalPromptPresenter::tell(const std::string& text)
 {
     message_ = text;
     paint();
 }
 
-void TerminalPrompts::withdraw()
+void TerminalPromptPresenter::withdraw()
 {
     question_.reset();
     paint();
 }
 
-void TerminalPrompts::answerQuestion(const TerminalKey& key)
+void TerminalPromptPresenter::answerQuestion(const TerminalKey& key)
 {
     switch (question_->typed.take(key)) {
     case TypedAnswer::Step::Typing:
@@ -411,7 +298,7 @@ void TerminalPrompts::answerQuestion(const TerminalKey& key)
 }
 
 // Without an answer the asker hears of it later: it may be the one who calls.
-void TerminalPrompts::endQuestion(std::optional<std::string> answer)
+void TerminalPromptPresenter::endQuestion(std::optional<std::string> answer)
 {
     const auto question = std::exchange(question_, nullptr);
     if (question && answer) {
@@ -425,10 +312,10 @@ void TerminalPrompts::endQuestion(std::optional<std::string> answer)
 
 // --- afterwards ---------------------------------------------------------------------------------
 
-void TerminalPrompts::didDeliverResponse(
+void TerminalPromptPresenter::didDeliverResponse(
     const user_prompt_response& response, QueryWait::Outcome outcome)
 {
-    const std::string text = outcomeText(response, outcome);
+    const std::string text = outcomeSentence(response, outcome);
     if (text.empty())
         return;
     services_.mainThread.perform([this, text] {
