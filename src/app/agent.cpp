@@ -9,7 +9,7 @@ namespace vossel {
 Agent::Agent(const Host& host, const Directories& directories, UserInterface& interface)
     : host_(host)
     , interface_(interface)
-    , userChecks_(host_, directories)
+    , userChecks_(host_.accounts, directories)
     , manager_(host_, directories, userChecks_)
     , prompts_(PromptContext{host_, directories, manager_, interface_.presenter()})
     , link_(host_, directories, userChecks_, filterStatus_, manager_)
