@@ -1,8 +1,8 @@
 #pragma once
 
+#include "agent/driver_link_interfaces.h"
 #include "frontends/terminal/key_bindings.h"
 #include "frontends/terminal/terminal_keys.h"
-#include "agent/driver_link_interfaces.h"
 
 #include <string>
 
