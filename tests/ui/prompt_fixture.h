@@ -2,6 +2,7 @@
 
 #include "support/agent_fixture.h"
 #include "support/queries.h"
+#include "ui/prompt/prompt_arming.h"
 #include "ui/prompt/prompt_presenter.h"
 #include "ui/prompt/prompt_view_model_factory.h"
 #include "ui/prompt/qm_permissions_window.h"
@@ -39,13 +40,9 @@ struct PromptFixture : AgentFixture, PromptPresenter {
         present(query);
         return *advanced;
     }
-    [[nodiscard]] const PromptFrame& frame() const
-    {
-        return simple ? simple->frame() : advanced->frame();
-    }
     [[nodiscard]] std::string icon() const
     {
-        return std::filesystem::path(frame().applicationIconImageView.image().path).filename();
+        return std::filesystem::path(shown->view().icon.path).filename();
     }
     void forbidRules() { std::filesystem::remove_all(directories.sharedData()); }
     [[nodiscard]] std::string pathOfRules() const { return directories.sharedData() + "x"; }
