@@ -18,7 +18,8 @@ struct ApplicationWindowsTest : testing::Test, WindowPresenter, QMFirstRunWindow
     const test::TemporaryDirectory root;
     const Directories directories{root.path()};
     SimulatedHost host;
-    const WindowContext context{host.host, directories, *this};
+    const WindowContext context{
+        host.clock, host.threads, host.mainThread, host.windows, directories, *this};
     std::atomic<int> ended = 0;
     std::string events;
     std::vector<double> values; // of the bar, at each change

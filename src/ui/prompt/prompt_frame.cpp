@@ -3,6 +3,7 @@
 #include "platform/host.h"
 #include "platform/window_system.h"
 #include "prompting/permissions_manager.h"
+#include "prompting/query_wait.h"
 #include "settings/directories.h"
 #include "settings/preferences.h"
 #include "user/authentication.h"
@@ -29,6 +30,7 @@ PromptFrame::PromptFrame(const PromptContext& context, const Rect& windowFrame)
 void PromptFrame::open(std::function<void()> tell)
 {
     phase_ = Phase::Open;
+    wait_ = context_.manager.shownWait();
     changes.start(std::move(tell));
 }
 
@@ -39,6 +41,25 @@ bool PromptFrame::close()
     changes.silence();
     closeWindow();
     return true;
+}
+
+PromptCountdown PromptFrame::countdown() const
+{
+    return {context_.host.clock, wait_ ? wait_->deadline() : Clock::Instant::max()};
+}
+
+PromptView PromptFrame::view() const
+{
+    PromptView view;
+    view.icon = applicationIconImageView.image();
+    view.allow = allowButton.state();
+    view.deny = denyButton.state();
+    view.touchBarOnly = requireTouchBar;
+    if (!touchBarLabel.hidden())
+        view.touchBarLabel = touchBarLabel.stringValue();
+    view.tip = window.state().tip;
+    view.level = window.state().level;
+    return view;
 }
 
 void PromptFrame::readPreferences()
@@ -115,7 +136,7 @@ void PromptFrame::setTheme()
 
 bool PromptFrame::foreverRemoved(std::string_view path) const
 {
-    return !UserChecks(context_.host, context_.directories).canCreateRules()
+    return !UserChecks(context_.host.accounts, context_.directories).canCreateRules()
         || path.starts_with(context_.directories.sharedData());
 }
 
@@ -149,7 +170,7 @@ bool PromptFrame::authenticate()
         return true;
     resignWindow();
     authenticating_ = true;
-    const bool proved = Authentication(context_.host).performAuthentication();
+    const bool proved = Authentication(context_.host.authenticator).performAuthentication();
     authenticating_ = false;
     if (!proved)
         authenticationDenied = true;

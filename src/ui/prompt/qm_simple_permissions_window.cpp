@@ -68,6 +68,8 @@ void QMSimplePermissionsWindow::close()
 void QMSimplePermissionsWindow::windowDidLoad()
 {
     frame_.readPreferences();
+    applicationText_ = applicationPathText(context_.manager, query_);
+    parentText_ = parentPathText(context_.host.processes, query_);
     const SigningText signing = context_.manager.checkCodesign(query_);
     codeSignState_ = signing.codeSignState;
     const AlertMessage alert = context_.manager.buildAlertMessage(query_);
@@ -150,7 +152,7 @@ void QMSimplePermissionsWindow::clickedUntilRestart()
 void QMSimplePermissionsWindow::clickedForever()
 {
     if (!controls_.foreverButtonCell.hidden()
-        && UserChecks(context_.host, context_.directories).canCreateRules())
+        && UserChecks(context_.host.accounts, context_.directories).canCreateRules())
         choose(controls_.foreverButtonCell);
 }
 
