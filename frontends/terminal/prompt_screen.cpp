@@ -1,5 +1,6 @@
 #include "frontends/terminal/prompt_screen.h"
 
+#include "frontends/terminal/prompt_sentences.h"
 #include "ui/prompt/prompt_words.h"
 
 #include <algorithm>
@@ -43,14 +44,14 @@ constexpr std::array<Detail, 5> details{{
 
 struct HelpLine {
     const char* keys;
-    const char* meaning;
+    const char* meaning; // none for the durations, which have words of their own
     enum { Both, AdvancedOnly, SimpleOnly } prompts;
 };
 
 constexpr std::array<HelpLine, 10> helpLines{{
     {"Alt-Return, A", "allow", HelpLine::Both},
     {"Escape, D", "deny", HelpLine::Both},
-    {"^O ^Q ^R ^F", "how long: once, until it quits, until restart, forever", HelpLine::Both},
+    {"^O ^Q ^R ^F", nullptr, HelpLine::Both},
     {"", "(^ is Control; Alt does the same, and so do Alt-1 to Alt-4)", HelpLine::Both},
     {"Left, Right", "next and previous entry of \"Files\"", HelpLine::AdvancedOnly},
     {"Down, Up", "next and previous entry of \"Programs\"", HelpLine::AdvancedOnly},
@@ -59,6 +60,15 @@ constexpr std::array<HelpLine, 10> helpLines{{
     {"v", "all details, with more to choose", HelpLine::SimpleOnly},
     {"?", "back", HelpLine::Both},
 }};
+
+// "once, until the program quits, until restart, forever".
+std::string allDurations()
+{
+    std::string phrases = durationPhrase(DURATION_ONCE);
+    for (std::int32_t code = DURATION_ONCE + 1; code <= DURATION_FOREVER; ++code)
+        phrases += ", " + durationPhrase(code);
+    return phrases;
+}
 
 class Layout {
 public:
@@ -270,7 +280,8 @@ private:
                 continue;
             ScreenRow row(width_);
             row.add(line.keys, Style::Strong).padTo(16);
-            row.add(elideTail(toGlyphs(line.meaning, charset_), row.room(), charset_));
+            row.add(elideTail(toGlyphs(line.meaning ? line.meaning : allDurations(), charset_),
+                row.room(), charset_));
             push(std::move(row));
         }
     }
