@@ -32,7 +32,7 @@ bool PermissionsManager::presentQueryToUser(
     const policy_query& query, std::shared_ptr<QueryWait> waitingOn)
 {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         pendingCondition_ = waitingOn;
     }
     const bool simple = modeOfUser();
@@ -47,7 +47,7 @@ bool PermissionsManager::presentQueryToUser(
 
 std::shared_ptr<QueryWait> PermissionsManager::currentWait() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return pendingCondition_;
 }
 
