@@ -1,9 +1,9 @@
 #pragma once
 
-#include <condition_variable>
+#include "foundation/mutex.h"
+
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 namespace vossel {
@@ -29,10 +29,10 @@ private:
 
     void run();
 
-    std::mutex lock_;
-    std::condition_variable changed_;
-    std::deque<std::function<void()>> jobs_; // guarded by lock_
-    bool ending_ = false; // guarded by lock_
+    Mutex lock_;
+    Condition changed_;
+    std::deque<std::function<void()>> jobs_ VOSSEL_GUARDED_BY(lock_);
+    bool ending_ VOSSEL_GUARDED_BY(lock_) = false;
     std::thread thread_;
 };
 

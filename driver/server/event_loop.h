@@ -1,12 +1,12 @@
 #pragma once
 
 #include "foundation/files.h"
+#include "foundation/mutex.h"
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 #include <vector>
 
@@ -57,8 +57,8 @@ private:
     bool quitting_ = false;
     int status_ = 0;
 
-    std::mutex lock_;
-    std::vector<std::function<void()>> posted_; // guarded by lock_
+    Mutex lock_;
+    std::vector<std::function<void()>> posted_ VOSSEL_GUARDED_BY(lock_);
 };
 
 }

@@ -72,7 +72,7 @@ DriverStatus LinuxDriverConnection::call(std::uint32_t selector, std::span<const
     // A driver that releases the port may close its end before it answers.
     const bool releases = selector == METHOD_RELEASE_PORT;
     Exchange exchange{{PACKET_CALL, selector}, input, -1, output};
-    const std::lock_guard guard(callLock_);
+    const MutexLock guard(callLock_);
     if (releases)
         beginPortChange();
     const DriverStatus status = exchangeLocked(exchange);
@@ -84,15 +84,15 @@ DriverStatus LinuxDriverConnection::call(std::uint32_t selector, std::span<const
 
 PortName LinuxDriverConnection::createNotificationPort()
 {
-    const std::lock_guard guard(portLock_);
+    const MutexLock guard(portLock_);
     return ++portName_;
 }
 
 DriverStatus LinuxDriverConnection::setNotificationPort(PortName port)
 {
-    const std::lock_guard guard(callLock_);
+    const MutexLock guard(callLock_);
     {
-        const std::lock_guard portGuard(portLock_);
+        const MutexLock portGuard(portLock_);
         if (port == 0 || port != portName_)
             return driverUnreachable;
     }
@@ -112,14 +112,14 @@ DriverStatus LinuxDriverConnection::setNotificationPort(PortName port)
 
 void LinuxDriverConnection::beginPortChange()
 {
-    const std::lock_guard guard(portLock_);
+    const MutexLock guard(portLock_);
     portChanging_ = true;
 }
 
 void LinuxDriverConnection::endPortChange(bool changed, std::shared_ptr<UniqueFd> replacement)
 {
     {
-        const std::lock_guard guard(portLock_);
+        const MutexLock guard(portLock_);
         portChanging_ = false;
         // The end before is closed after the lock, or by the receive that still waits on it.
         if (changed)
@@ -259,7 +259,7 @@ LinuxDriverConnection::Taken LinuxDriverConnection::take(int port, std::vector<s
 // between.
 bool LinuxDriverConnection::isBeingReplaced(const std::shared_ptr<UniqueFd>& port)
 {
-    const std::lock_guard guard(portLock_);
+    const MutexLock guard(portLock_);
     return portChanging_ || port_ != port;
 }
 
@@ -269,7 +269,7 @@ bool LinuxDriverConnection::receive(std::vector<std::byte>& message)
     while (!closed_) {
         std::shared_ptr<UniqueFd> port;
         {
-            const std::lock_guard guard(portLock_);
+            const MutexLock guard(portLock_);
             port = port_;
         }
         const Taken taken = port ? take(port->get(), message) : Taken::Nothing;
@@ -301,7 +301,7 @@ void LinuxDriverConnection::close()
     static_cast<void>(::write(wake_.get(), &once, sizeof once));
     std::shared_ptr<UniqueFd> port;
     {
-        const std::lock_guard guard(portLock_);
+        const MutexLock guard(portLock_);
         port = port_;
     }
     if (port)

@@ -115,7 +115,7 @@ PackageIdentity::~PackageIdentity() = default;
 
 std::shared_ptr<const PackageIndex> PackageIdentity::index() const
 {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (!index_ || index_->stamp() != PackageIndex::stampOf(root_))
         index_ = std::make_shared<const PackageIndex>(root_);
     return index_;
