@@ -1,7 +1,7 @@
 #include "driver/desk/query_desk.h"
 
-#include "driver/desk/process_life.h"
 #include "driver/server/call_status.h"
+#include "hosts/linux/process_life.h"
 
 #include <algorithm>
 

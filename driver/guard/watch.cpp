@@ -1,6 +1,6 @@
 #include "driver/guard/watch.h"
 
-#include "driver/desk/process_life.h"
+#include "hosts/linux/process_life.h"
 
 #include <errno.h>
 #include <sys/epoll.h>
@@ -10,7 +10,7 @@ namespace vossel {
 
 namespace {
 
-const std::string procFolder = "/proc";
+const SystemRoot systemRoot;
 constexpr std::size_t mostAllowedStarts = 4096;
 constexpr int deepestAncestor = 64;
 
@@ -19,7 +19,7 @@ std::vector<std::int32_t> lineage(const ThreadFacts& facts, bool withAncestors)
 {
     std::vector<std::int32_t> processes = {facts.process, facts.parent};
     while (withAncestors && processes.back() > 1 && processes.size() < deepestAncestor) {
-        const std::optional<ThreadFacts> above = readThreadFacts(procFolder, processes.back());
+        const std::optional<ThreadFacts> above = readThreadFacts(systemRoot, processes.back());
         if (!above)
             break;
         processes.push_back(above->parent);
@@ -138,7 +138,7 @@ void Watch::take(FileGuard::Event event)
         held->answer(true);
         return;
     }
-    const std::optional<ThreadFacts> facts = readThreadFacts(procFolder, thread);
+    const std::optional<ThreadFacts> facts = readThreadFacts(systemRoot, thread);
     if (!file || !facts)
         return; // the default
     const WaitingPlaces::Room room = places_.take(facts->realUser);
@@ -176,7 +176,7 @@ std::int32_t Watch::operationsOf(Held& held)
     if (held.event.execute)
         return OPERATION_EXECUTE;
     const bool started = takeAllowedStart(held);
-    const BlockedCall call = readBlockedCall(procFolder, held.event.thread);
+    const BlockedCall call = readBlockedCall(systemRoot, held.event.thread);
     // A start by a call of another convention (32 bits) is not recognised by its number.
     if (started && (call.operations == OPERATION_EXECUTE || !call.known))
         return 0;
@@ -202,7 +202,7 @@ void Watch::question(std::shared_ptr<Held> held, std::int32_t operations, const 
         question.access.fileId = question.fileId;
     question.process = facts.process;
     question.parentProcess = facts.parent;
-    question.startTime = readStartTime(procFolder, facts.process);
+    question.startTime = readStartTime(systemRoot, facts.process);
     question.access.realUser = facts.realUser;
 
     Waiter waiter;

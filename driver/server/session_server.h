@@ -1,8 +1,8 @@
 #pragma once
 
 #include "driver/server/event_loop.h"
-#include "driver/server/packet.h"
 #include "driver/server/session_handler.h"
+#include "hosts/linux/packet.h"
 
 #include <sys/stat.h>
 

@@ -2,6 +2,7 @@
 
 #include "foundation/files.h"
 #include "hosts/linux/mount_table.h"
+#include "hosts/linux/proc_file.h"
 
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -151,19 +152,10 @@ std::uint32_t LinuxInstallers::outermost(std::uint32_t pid) const
 
 bool LinuxInstallers::runsAsOwner(std::uint32_t pid) const
 {
-    const auto status = readFile(root_.at("/proc/" + std::to_string(pid) + "/status"), 65536);
-    if (!status)
-        return false;
-    const auto line = status->find("\nUid:");
-    if (line == std::string::npos)
-        return false;
-    std::istringstream fields(status->substr(line + 5, 64));
-    UserId real = 0;
-    UserId effective = 0;
-    UserId saved = 0;
+    const auto facts = readThreadFacts(root_, static_cast<std::int32_t>(pid));
     // A program that became root for its caller still has the caller as its real user.
-    return fields >> real >> effective >> saved && real == owner_ && effective == owner_
-        && saved == owner_;
+    return facts && facts->realUser == owner_ && facts->effectiveUser == owner_
+        && facts->savedUser == owner_;
 }
 
 }
