@@ -13,10 +13,9 @@ bool stillHolds(const HeldDecision& decision)
 
 bool hasSameScope(const HeldDecision& a, const HeldDecision& b)
 {
-    return a.operations == b.operations && a.pathType == b.pathType && a.path == b.path
-        && a.fileId == b.fileId && a.scope == b.scope && a.sameVersion == b.sameVersion
-        && a.program == b.program && a.parent == b.parent && a.ancestor == b.ancestor
-        && a.onlyUser == b.onlyUser;
+    return a.operations == b.operations && a.path == b.path && a.fileId == b.fileId
+        && a.scope == b.scope && a.sameVersion == b.sameVersion && a.program == b.program
+        && a.parent == b.parent && a.ancestor == b.ancestor && a.onlyUser == b.onlyUser;
 }
 
 }
