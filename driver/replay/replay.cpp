@@ -1,4 +1,4 @@
-#include "driver/desk/replay.h"
+#include "driver/replay/replay.h"
 
 #include "driver/server/call_status.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "driver/desk/response_json.h"
+#include "driver/replay/response_json.h"
 #include "driver/server/session_server.h"
 
 #include <chrono>
