@@ -30,8 +30,8 @@ struct HeldDecision {
 [[nodiscard]] std::optional<HeldDecision> heldDecision(
     const user_prompt_response& response, const Access& asked, const std::string& fileId);
 
-// Whether the decision is about this file, this program and this user. Says nothing of operations
-// and time.
+// Whether the decision is about this file, this program and this user. Its operations and whether
+// it still holds are not looked at.
 [[nodiscard]] bool covers(const HeldDecision& decision, const Access& access);
 
 }

@@ -20,7 +20,7 @@ struct BlockedCall {
 // of 32-bit programs too: none of their numbers opens a file in 64 bits.
 [[nodiscard]] BlockedCall parseBlockedCall(std::string_view text);
 
-// Reads it; `root` holds /proc.
+// Reads and parses that text; `root` holds /proc.
 [[nodiscard]] BlockedCall readBlockedCall(const SystemRoot& root, std::int32_t thread);
 
 }

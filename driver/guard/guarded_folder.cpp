@@ -21,7 +21,7 @@ namespace {
 
 constexpr unsigned wanted = STATX_BASIC_STATS | STATX_MNT_ID;
 
-// As the system call takes it.
+// A file handle with the room for its bytes, as the system calls take it.
 struct Handle {
     alignas(file_handle) char bytes[sizeof(file_handle) + MAX_HANDLE_SZ] = {};
 
@@ -152,7 +152,8 @@ void GuardedFolder::resolve(OpenedFile& file, std::uint64_t mount, const std::st
 void GuardedFolder::removeEmpty(
     const std::string& parent, const std::string& name, const OpenedFile& file) const
 {
-    // By handle: whoever was denied could put another folder, or a link, into the path by now.
+    // The folder is opened by its handle: whoever was denied could put another folder, or a link,
+    // into the path by now.
     const UniqueFd folder = openHandle(folder_.get(), parent, O_PATH | O_DIRECTORY);
     struct stat left = {};
     if (folder && ::fstatat(folder.get(), name.c_str(), &left, AT_SYMLINK_NOFOLLOW) == 0

@@ -12,9 +12,9 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t mostEntries = 4096;
+constexpr std::size_t maxEntries = 4096;
 
-// Worker's thread. `file` is what the process runs, wherever it lies.
+// Runs on the worker's thread. `file` is what the process runs, wherever it lies.
 ProgramRegistry::Entry examine(
     const PackageIdentity& packages, Program program, const UniqueFd& file)
 {
@@ -65,7 +65,7 @@ void ProgramRegistry::identify(
     const std::vector<std::int32_t>& processes, Done done, Clock::time_point now)
 {
     Request request;
-    request.deadline = now + longest;
+    request.deadline = now + maxReadingTime;
     for (const std::int32_t process : processes) {
         request.programs.push_back(look(process).value_or(Program()));
         const Program& program = request.programs.back();
@@ -85,7 +85,7 @@ void ProgramRegistry::read(const Program& program, std::int32_t process)
 {
     const auto file = std::make_shared<UniqueFd>(openExecutable(process));
     const std::string key = keyOf(program);
-    if (entries_.size() >= mostEntries)
+    if (entries_.size() >= maxEntries)
         std::erase_if(entries_, [](const auto& entry) { return entry.second.has_value(); });
     entries_[key] = std::nullopt;
     const bool posted = worker_.post([this, packages = packages_, program, key, file] {

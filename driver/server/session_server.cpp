@@ -47,11 +47,11 @@ UserClient* SessionServer::client(std::uint64_t number) const
 
 bool SessionServer::hasRoomFor(uid_t uid) const
 {
-    if (clients_.size() >= mostConnections)
+    if (clients_.size() >= maxConnections)
         return false;
     const auto same = std::count_if(clients_.begin(), clients_.end(),
         [uid](const auto& entry) { return entry.second->uid == uid; });
-    return uid == 0 || static_cast<std::size_t>(same) < mostConnectionsPerUser;
+    return uid == 0 || static_cast<std::size_t>(same) < maxConnectionsPerUser;
 }
 
 void SessionServer::acceptOne()

@@ -26,8 +26,8 @@ namespace {
 
 using Kind = PolkitHelperLine::Kind;
 
-constexpr std::size_t longestLine = 8192; // PAM's longest text, every byte of it escaped, is 2 KiB
-constexpr std::size_t longestAnswer = 510;
+constexpr std::size_t maxLineSize = 8192; // PAM's longest text, every byte of it escaped, is 2 KiB
+constexpr std::size_t maxAnswerSize = 510;
 
 // The attributes of a program that inherits nothing: neither blocked nor ignored signals, nor the
 // terminal, where a module of PAM's would ask beside us.
@@ -127,7 +127,7 @@ bool PolkitHelper::start(
 void PolkitHelper::answer(std::string_view line)
 {
     const std::size_t end
-        = std::min(line.find_first_of(std::string_view("\n\0", 2)), longestAnswer);
+        = std::min(line.find_first_of(std::string_view("\n\0", 2)), maxAnswerSize);
     if (!send(line.substr(0, end)))
         logText("polkit's helper takes no answer");
 }
@@ -165,7 +165,7 @@ void PolkitHelper::read()
         pending_.erase(0, end + 1);
         hear(line);
     }
-    if (runs(self) && pending_.size() > longestLine)
+    if (runs(self) && pending_.size() > maxLineSize)
         conclude();
 }
 

@@ -7,11 +7,11 @@ namespace vossel {
 namespace {
 
 // Waiting for longer is waiting for ever; later instants would overflow in nanoseconds.
-constexpr std::chrono::hours longestWait(24 * 365);
+constexpr std::chrono::hours maxWait(24 * 365);
 
 LinuxClock::Instant withinReach(LinuxClock::Instant deadline, LinuxClock::Instant now)
 {
-    return std::clamp(deadline, now, now + longestWait);
+    return std::clamp(deadline, now, now + maxWait);
 }
 
 }
@@ -34,7 +34,7 @@ bool LinuxClock::waitUntil(std::unique_lock<std::mutex>& lock, std::condition_va
 
 bool LinuxClock::sleep(Duration duration)
 {
-    const auto bounded = std::clamp<Duration>(duration, Duration::zero(), longestWait);
+    const auto bounded = std::clamp<Duration>(duration, Duration::zero(), maxWait);
     std::unique_lock lock(lock_);
     return !stopping_.wait_until(lock, now() + bounded, [this] { return stopped_; });
 }

@@ -15,7 +15,7 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t largestKernelFile = 16 * 1024 * 1024;
+constexpr std::size_t maxKernelFileSize = 16 * 1024 * 1024;
 
 // Outermost first: the front end holds the first lock for the whole installation, and passes the
 // second one to and fro. Only record locks count, which need write access: anybody who can read a
@@ -117,7 +117,7 @@ std::uint32_t LinuxInstallers::lockHolder(std::string_view lockFile) const
     if (::stat(path.c_str(), &file) != 0 || file.st_uid != owner_
         || (file.st_mode & (S_IWGRP | S_IWOTH)) != 0)
         return 0;
-    const auto locks = readFile(root_.at("/proc/locks"), largestKernelFile);
+    const auto locks = readFile(root_.at("/proc/locks"), maxKernelFileSize);
     if (!locks)
         return 0;
     // Some file systems show a file under another device number than their mount's, which is the

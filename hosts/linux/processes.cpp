@@ -12,7 +12,7 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t maxExecutablePath = 1023;
+constexpr std::size_t maxExecutablePathSize = 1023;
 
 }
 
@@ -30,7 +30,7 @@ std::int32_t LinuxProcesses::parentOf(std::uint32_t pid) const
 std::string LinuxProcesses::executablePath(std::uint32_t pid) const
 {
     const auto executable = readExecutable(root_, static_cast<std::int32_t>(pid));
-    return executable ? executable->path.substr(0, maxExecutablePath) : std::string();
+    return executable ? executable->path.substr(0, maxExecutablePathSize) : std::string();
 }
 
 std::vector<std::uint32_t> LinuxProcesses::all() const

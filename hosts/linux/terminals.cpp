@@ -16,9 +16,9 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t largestEnvironment = std::size_t{8} * 1024 * 1024;
-constexpr std::size_t longestValue = 4096;
-constexpr std::size_t longestDeviceName = 255;
+constexpr std::size_t maxEnvironmentSize = std::size_t{8} * 1024 * 1024;
+constexpr std::size_t maxValueSize = 4096;
+constexpr std::size_t maxDeviceNameSize = 255;
 // All its minor numbers, 2^20, are the pseudo-terminals' own; the majors 137 to 143 are unused.
 constexpr unsigned pseudoTerminalMajor = 136;
 
@@ -33,7 +33,7 @@ std::string_view cutOff(std::string_view& text, char separator)
 // "uevent" files are the driver's word, which becomes a path.
 bool isDeviceName(std::string_view name)
 {
-    if (name.empty() || name.size() > longestDeviceName || name.front() == '/'
+    if (name.empty() || name.size() > maxDeviceNameSize || name.front() == '/'
         || name.back() == '/')
         return false;
     if (std::any_of(name.begin(), name.end(), [](unsigned char byte) { return byte < 0x20; }))
@@ -139,14 +139,14 @@ std::optional<std::string> LinuxTerminals::environmentOf(
     if (pid <= 0 || variable.empty() || variable.find('=') != std::string_view::npos)
         return std::nullopt;
     const auto block
-        = readFile(root_.at("/proc/" + std::to_string(pid) + "/environ"), largestEnvironment);
+        = readFile(root_.at("/proc/" + std::to_string(pid) + "/environ"), maxEnvironmentSize);
     if (!block)
         return std::nullopt;
     std::string_view rest = *block;
     while (!rest.empty()) {
         std::string_view value = cutOff(rest, '\0');
         if (value.size() > variable.size() && cutOff(value, '=') == variable)
-            return value.size() <= longestValue ? std::optional<std::string>(value) : std::nullopt;
+            return value.size() <= maxValueSize ? std::optional<std::string>(value) : std::nullopt;
     }
     return std::nullopt;
 }

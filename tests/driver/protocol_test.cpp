@@ -148,10 +148,10 @@ TEST_F(Protocol, BoundsTheConnectionsOfAUser)
         return driver->server.clients().size();
     };
     static_cast<void>(::seteuid(4711)); // where this is root, whose connections are not counted
-    EXPECT_EQ(connect(20), SessionServer::mostConnectionsPerUser);
+    EXPECT_EQ(connect(20), SessionServer::maxConnectionsPerUser);
     static_cast<void>(::seteuid(::getuid()));
     if (::getuid() == 0) {
-        EXPECT_EQ(connect(250), SessionServer::mostConnections);
+        EXPECT_EQ(connect(250), SessionServer::maxConnections);
     }
     EXPECT_EQ(agents[0].openSession(), CALL_DONE) << "who came in time is served";
 }
