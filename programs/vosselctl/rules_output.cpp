@@ -1,7 +1,6 @@
 #include "foundation/glyph_elision.h"
 #include "foundation/utf8.h"
 #include "programs/vosselctl/rules_commands.h"
-#include "rules/rules_file_writer.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "foundation/shared_text.h"
 #include "rules/marked_slots.h"
+#include "rules/rule_text.h"
 #include "rules/stable_list.h"
 
 #include <cstddef>
@@ -12,8 +12,8 @@ namespace vossel {
 
 // Process name and constraint of rules in the files that are being read, held once for all of them.
 struct Application {
-    SharedText processName;
-    SharedText constraint;
+    RuleText processName;
+    RuleText constraint;
     std::size_t waiting = 0; // rules that have been read and are not taken yet
     std::size_t bucket = 0; // the place of its group while they are taken
 };
@@ -28,13 +28,15 @@ public:
         std::uint64_t hash = 0; // applicationHash of both
         std::uint32_t likely = MarkedSlots::none; // its place, if it is known
     };
-    // Known from now on.
-    [[nodiscard]] Application& find(const Wanted& wanted);
+    // Known from now on; its texts lie in the arena.
+    [[nodiscard]] Application& find(const Wanted& wanted, Arena& arena);
 
     // What find will read, in three steps, each of which reads what the one before asked for.
     void expectSlot(const Wanted& wanted) const { slots_.expect(wanted.hash); }
     void expectApplication(Wanted& wanted) const;
     void expectName(const Wanted& wanted) const;
+
+    void clear();
 
     // All of them.
     [[nodiscard]] std::size_t size() const { return applications_.size(); }

@@ -34,17 +34,17 @@ std::int64_t leadingInteger(std::string_view text)
 
 // What both kinds of rule say in the same places.
 void readCommon(Rule& rule, const RuleFields& fields, const RulesKind& kind,
-    const Application& application, TextPool& tags)
+    const Application& application, TextPool& tags, Arena& arena)
 {
     rule.setPolicyType(policyTypeForString(fields.at[1]));
-    rule.setPath(fields.at[2]);
-    rule.setProcessName(application.processName);
+    rule.setPath({arena, fields.at[2]});
+    rule.setProcessName(application.processName.alias());
     rule.setOperations(operationsForString(fields.at[4]));
     rule.setSystem(kind.system);
     if (kind.system)
         rule.setFlags(flagsForString(fields.at[5]));
     else
-        rule.setTag(tags.shared(fields.at[5]));
+        rule.setTag(tags.shared(arena, fields.at[5]));
 }
 
 }
@@ -69,22 +69,22 @@ StatementKind classify(const RuleFields& fields, const RulesKind& kind)
     return fields.at[0] == "watch" ? StatementKind::Watch : StatementKind::Policy;
 }
 
-std::unique_ptr<WatchRule> watchRuleOf(
-    const RuleFields& fields, const RulesKind& kind, const Application& application, TextPool& tags)
+WatchRule& watchRuleOf(const RuleFields& fields, const RulesKind& kind,
+    const Application& application, TextPool& tags, Arena& arena)
 {
-    auto rule = std::make_unique<WatchRule>();
-    readCommon(*rule, fields, kind, application, tags);
+    auto& rule = arena.make<WatchRule>();
+    readCommon(rule, fields, kind, application, tags, arena);
     return rule;
 }
 
-std::unique_ptr<PolicyRule> policyRuleOf(
-    const RuleFields& fields, const RulesKind& kind, const Application& application, TextPool& tags)
+PolicyRule& policyRuleOf(const RuleFields& fields, const RulesKind& kind,
+    const Application& application, TextPool& tags, Arena& arena)
 {
-    auto rule = std::make_unique<PolicyRule>();
-    readCommon(*rule, fields, kind, application, tags);
-    rule->setPolicyClass(policyClassForString(fields.at[0]));
-    rule->setConstraint(application.constraint);
-    rule->setCreated(static_cast<std::uint64_t>(leadingInteger(fields.at[7])));
+    auto& rule = arena.make<PolicyRule>();
+    readCommon(rule, fields, kind, application, tags, arena);
+    rule.setPolicyClass(policyClassForString(fields.at[0]));
+    rule.setConstraint(application.constraint.alias());
+    rule.setCreated(static_cast<std::uint64_t>(leadingInteger(fields.at[7])));
     return rule;
 }
 

@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cstddef>
-#include <memory>
 #include <string_view>
 
 namespace vossel {
@@ -36,12 +35,12 @@ inline constexpr std::size_t leastOptionFields = 3;
 
 [[nodiscard]] StatementKind classify(const RuleFields& fields, const RulesKind& kind);
 
-// Each for fields that were classified so, of the application that they name; tags are shared
-// through the pool.
-[[nodiscard]] std::unique_ptr<WatchRule> watchRuleOf(const RuleFields& fields,
-    const RulesKind& kind, const Application& application, TextPool& tags);
-[[nodiscard]] std::unique_ptr<PolicyRule> policyRuleOf(const RuleFields& fields,
-    const RulesKind& kind, const Application& application, TextPool& tags);
+// Each makes, in the arena, a rule of fields that were classified so. Its application's texts lie
+// there already; tags are shared through the pool.
+[[nodiscard]] WatchRule& watchRuleOf(const RuleFields& fields, const RulesKind& kind,
+    const Application& application, TextPool& tags, Arena& arena);
+[[nodiscard]] PolicyRule& policyRuleOf(const RuleFields& fields, const RulesKind& kind,
+    const Application& application, TextPool& tags, Arena& arena);
 // The lower 32 bits of the decimal number; a value beyond 64 signed bits is cut to that range.
 [[nodiscard]] FilterOption filterOptionOf(const RuleFields& fields);
 

@@ -22,7 +22,7 @@ public:
     T& append(T item)
     {
         if (size_ == pieces_.size() * pieceSize)
-            pieces_.push_back(std::make_unique<Piece>());
+            pieces_.push_back(std::make_unique_for_overwrite<Piece>());
         auto& place = (*this)[size_++];
         place = std::move(item);
         return place;

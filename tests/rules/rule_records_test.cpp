@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <set>
-#include <thread>
 
 namespace vossel {
 namespace {
@@ -141,26 +140,38 @@ TEST(RuleRecords, ARuleIsNewForADay)
     EXPECT_EQ(watch.getProcessShortName(), "");
 }
 
-TEST(SharedText, OwnersComeAndGoOnAnyThread)
+TEST(RuleText, ACopyOwnsWhatAnAliasShares)
 {
     const std::string content("a\0b", 3);
-    SharedText text = content;
-    const auto& same = text;
-    text = same;
-    EXPECT_EQ(SharedText("").identity(), SharedText().identity());
-    EXPECT_FALSE(text == SharedText("a"));
-    EXPECT_TRUE(text == SharedText(content) && SharedText(content).identity() != text.identity());
-    const auto copyOften = [&text] {
-        for (int i = 0; i < 10'000; ++i) {
-            SharedText copy = text;
-            SharedText moved = std::move(copy);
-            copy = moved;
-        }
-    };
-    std::thread other(copyOften);
-    copyOften();
-    other.join();
-    EXPECT_EQ(text.view(), content);
+    const std::string large(5'000'000, 'x'); // more than a block of the arena
+    RuleText copy;
+    RuleText moved;
+    {
+        Arena arena;
+        Arena other;
+        const RuleText first(other, content);
+        const RuleText big(arena, large);
+        arena.absorb(std::move(other));
+        const RuleText second(other, content);
+        EXPECT_EQ(first.alias().identity(), first.identity());
+        EXPECT_TRUE(first == second && first.identity() != second.identity());
+        EXPECT_FALSE(first == RuleText("a"));
+        EXPECT_EQ(big.view(), large);
+        copy = first;
+        RuleText owned = copy.alias();
+        EXPECT_NE(owned.identity(), copy.identity());
+        moved = std::move(owned);
+
+        PolicyRule rule;
+        rule.setPath(content);
+        rule.setConstraint(content);
+        auto& kept = arena.make<PolicyRule>(rule);
+        kept.moveTextsTo(arena);
+        EXPECT_TRUE(kept.isEqualToPolicyRule(rule));
+    }
+    EXPECT_EQ(copy.view(), content);
+    EXPECT_EQ(moved.view(), content);
+    EXPECT_EQ(RuleText("").identity(), RuleText().identity());
 }
 
 TEST(TextHash, EveryByteAndTheLengthCount)

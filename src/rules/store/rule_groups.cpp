@@ -63,8 +63,7 @@ std::vector<const PolicyRule*> RuleGroups::rules() const
     std::vector<const PolicyRule*> rules;
     rules.reserve(count);
     for (const auto* group : sorted())
-        for (const auto& rule : group->rules)
-            rules.push_back(rule.get());
+        rules.insert(rules.end(), group->rules.begin(), group->rules.end());
     return rules;
 }
 

@@ -9,7 +9,6 @@
 #include "rules/watch_rule.h"
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,8 +20,10 @@ namespace vossel {
 // else changes the rules meanwhile. One thread.
 class RuleLoading {
 public:
-    RuleLoading(RuleGroups& groups, WatchRules& watchRules, std::int64_t& ruleSequence)
-        : groups_(groups)
+    RuleLoading(
+        Arena& arena, RuleGroups& groups, WatchRules& watchRules, std::int64_t& ruleSequence)
+        : arena_(arena)
+        , groups_(groups)
         , watchRules_(watchRules)
         , ruleSequence_(ruleSequence)
     {
@@ -42,13 +43,16 @@ private:
         StatementKind kind = StatementKind::None;
         ApplicationTable::Wanted application;
     };
+    struct HashedPolicy {
+        PolicyRule* rule;
+        std::uint64_t hash;
+    };
     struct WaitingPolicy {
-        std::unique_ptr<PolicyRule> rule;
-        std::uint64_t hash = 0;
-        Application* application = nullptr;
+        HashedPolicy policy;
+        Application* application;
     };
     struct WaitingWatch {
-        std::unique_ptr<WatchRule> rule;
+        WatchRule* rule = nullptr;
         std::uint64_t hash = 0;
         std::string operationsAsWritten;
     };
@@ -61,20 +65,23 @@ private:
     static bool cut(std::string_view line, const RulesKind& kind, Cut& into);
     void expect(Cut* first, Cut* last) const;
     void wait(const Cut& line, const RulesKind& kind);
+    void forgetWaiting();
     struct Buckets;
     [[nodiscard]] Buckets bucketsByGroup();
     void logWaiting(const Buckets& buckets) const;
     void commitWatchRules();
     void commitPolicyRules(const Buckets& buckets, bool failsafe);
-    using WaitingPlace = WaitingPolicy* const*;
-    void addDistinct(RuleGroup& group, WaitingPlace first, WaitingPlace last);
-    void expectComparison(WaitingPlace place, WaitingPlace last) const;
-    static void addMerging(RuleGroup& group, WaitingPlace first, WaitingPlace last);
+    using Place = const HashedPolicy*;
+    void addDistinct(RuleGroup& group, Place first, Place last);
+    void expectComparison(Place place, Place last) const;
+    void addMerging(RuleGroup& group, Place first, Place last);
 
+    Arena& arena_;
     RuleGroups& groups_;
     WatchRules& watchRules_;
     std::int64_t& ruleSequence_;
 
+    Arena fresh_; // what was read of this file
     StableList<WaitingPolicy, 1024> policies_;
     std::vector<WaitingWatch> watches_;
     std::vector<WaitingOption> options_;

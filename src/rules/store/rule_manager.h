@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/arena.h"
 #include "rules/application_identity.h"
 #include "rules/filter_option.h"
 #include "rules/redundancy.h"
@@ -133,7 +134,11 @@ private:
     bool read(const std::string& path, bool shouldLabelAsSystemRules, RuleLoading& loading);
     [[nodiscard]] RulesKind kindOf(const std::string& path, bool shouldLabelAsSystemRules) const;
 
+    template <class RuleType>
+    [[nodiscard]] RuleType& keptCopyOf(const RuleType& rule);
+
     RuleFiles files_;
+    Arena arena_; // all rules, also deleted ones until everything is read anew
     RuleGroups policyRulesByApplication_;
     WatchRules watchRules_;
     std::vector<FilterOption> filterOptions_;
