@@ -8,8 +8,9 @@
 
 namespace vossel {
 
-// What policy and watch rules have in common, so that one table can show both. Values: copying a
-// rule copies what it says, and a copy may go to another thread.
+// What policy and watch rules have in common, so that one table can show both. A rule is a value:
+// it owns its texts unless it was made in an arena, and a copy always does, so that it may go to
+// another thread. It knows no store and no file.
 class Rule {
 public:
     virtual ~Rule() = default;

@@ -1,6 +1,5 @@
 #include "rules/rule_statement.h"
 
-#include "rules/application_table.h"
 #include "rules/rules_scanner.h"
 #include "rules/text_pool.h"
 
@@ -53,7 +52,7 @@ RuleFields cutFields(std::string_view line)
 {
     RuleFields fields;
     fields.quoteOpen = !scanFields(line, [&fields](std::string_view field) {
-        if (fields.count < RuleFields::most)
+        if (fields.count < RuleFields::max)
             fields.at[fields.count] = field;
         ++fields.count;
     });
@@ -62,9 +61,9 @@ RuleFields cutFields(std::string_view line)
 
 StatementKind classify(const RuleFields& fields, const RulesKind& kind)
 {
-    if (kind.setsOptions && fields.count >= leastOptionFields && fields.at[0] == "set")
+    if (kind.setsOptions && fields.count >= minOptionFields && fields.at[0] == "set")
         return StatementKind::Option;
-    if (fields.count < leastRuleFields)
+    if (fields.count < minRuleFields)
         return StatementKind::None;
     return fields.at[0] == "watch" ? StatementKind::Watch : StatementKind::Policy;
 }

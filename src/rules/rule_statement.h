@@ -11,9 +11,8 @@
 namespace vossel {
 
 class TextPool;
-struct Application;
 
-// As what a rules file is read.
+// How a rules file is read, which depends on where it lies.
 struct RulesKind {
     bool system = false; // the sixth field holds flags; it is a tag where users write
     bool setsOptions = false; // "set" is a statement of its own
@@ -21,19 +20,25 @@ struct RulesKind {
 
 // One line, cut into fields. Views into the line.
 struct RuleFields {
-    static constexpr std::size_t most = 8; // later ones say nothing
+    static constexpr std::size_t max = 8; // later ones are ignored
 
-    std::array<std::string_view, most> at = {};
-    std::size_t count = 0; // of all fields, also those beyond `most`
+    std::array<std::string_view, max> at = {};
+    std::size_t count = 0; // of all fields, also those beyond `max`
     bool quoteOpen = false;
 };
 [[nodiscard]] RuleFields cutFields(std::string_view line);
 
 enum class StatementKind { None, Watch, Option, Policy };
-inline constexpr std::size_t leastRuleFields = 5;
-inline constexpr std::size_t leastOptionFields = 3;
+inline constexpr std::size_t minRuleFields = 5;
+inline constexpr std::size_t minOptionFields = 3;
 
 [[nodiscard]] StatementKind classify(const RuleFields& fields, const RulesKind& kind);
+
+// The process name and constraint of rules.
+struct Application {
+    RuleText processName;
+    RuleText constraint;
+};
 
 // Each makes, in the arena, a rule of fields that were classified so. Its application's texts lie
 // there already; tags are shared through the pool.

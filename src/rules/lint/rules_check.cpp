@@ -3,7 +3,6 @@
 #include "foundation/files.h"
 #include "foundation/path_text.h"
 #include "foundation/utf8.h"
-#include "rules/application_table.h"
 #include "rules/equal_rules.h"
 #include "rules/lint/checked_line.h"
 #include "rules/redundancy.h"
@@ -25,7 +24,7 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t mostBytes = std::size_t{4} << 30U; // as much as the reader takes
+constexpr std::size_t maxBytes = std::size_t{4} << 30U; // as much as the reader takes
 
 bool areEqual(const PolicyRule& a, const PolicyRule& b)
 {
@@ -210,7 +209,7 @@ Result<CheckedFile> checkRulesFile(const std::string& path, bool system)
     std::error_code ignored;
     if (std::filesystem::is_other(path, ignored))
         return Failure{path + " is a pipe or a device; rules are read from regular files only"};
-    const auto content = readDescriptor(file.fd.get(), mostBytes, path);
+    const auto content = readDescriptor(file.fd.get(), maxBytes, path);
     if (!content)
         return Failure{content.reason()};
     return CheckedFile{checkRules(*content, {system, system && isNamedLikeMainSystemRules(path)}),

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "rules/application_table.h"
 #include "rules/equal_rules.h"
 #include "rules/rule_statement.h"
-#include "rules/stable_list.h"
+#include "rules/store/application_table.h"
 #include "rules/store/rule_groups.h"
+#include "rules/store/stable_list.h"
 #include "rules/text_pool.h"
 #include "rules/watch_rule.h"
 
@@ -16,8 +16,9 @@
 namespace vossel {
 
 // Takes the rules of one or more files into a store: numbers them, shares their texts, drops what
-// is there already. Holds what makes that linear, and is thrown away after the last file. Nobody
-// else changes the rules meanwhile. One thread.
+// is there already. Owns what was read of a file until it is known whether the file counts; never
+// opens a file itself. It is destroyed after the last file, and nobody else changes the store's
+// rules before that. One thread.
 class RuleLoading {
 public:
     RuleLoading(
@@ -37,7 +38,7 @@ public:
     void discard();
 
 private:
-    // A line that says something.
+    // A line that is a statement, in fields.
     struct Cut {
         RuleFields fields;
         StatementKind kind = StatementKind::None;
@@ -49,7 +50,7 @@ private:
     };
     struct WaitingPolicy {
         HashedPolicy policy;
-        Application* application;
+        LoadedApplication* application;
     };
     struct WaitingWatch {
         WatchRule* rule = nullptr;
@@ -81,7 +82,7 @@ private:
     WatchRules& watchRules_;
     std::int64_t& ruleSequence_;
 
-    Arena fresh_; // what was read of this file
+    Arena fresh_; // rules and texts of the file that is being read
     StableList<WaitingPolicy, 1024> policies_;
     std::vector<WaitingWatch> watches_;
     std::vector<WaitingOption> options_;

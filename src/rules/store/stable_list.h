@@ -8,8 +8,8 @@
 
 namespace vossel {
 
-// A list that grows at its end without moving what it holds, in pieces of `pieceSize` (a power of
-// two). One thread.
+// A list that owns its items and grows at its end without moving them, in pieces of `pieceSize` (a
+// power of two). One thread.
 template <class T, std::size_t pieceSize>
 class StableList {
 public:
