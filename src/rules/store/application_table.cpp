@@ -1,15 +1,15 @@
-#include "rules/application_table.h"
+#include "rules/store/application_table.h"
 
 namespace vossel {
 
 namespace {
 
 // Names are seldom longer, and the rest of a longer one is not far.
-constexpr std::size_t mostOfName = 96;
+constexpr std::size_t usualNameSize = 96;
 
 }
 
-Application& ApplicationTable::find(const Wanted& wanted)
+LoadedApplication& ApplicationTable::find(const Wanted& wanted, Arena& arena)
 {
     const auto fits = [this, &wanted](auto place) { return isMeant(applications_[place], wanted); };
     if (wanted.likely != MarkedSlots::none && fits(wanted.likely))
@@ -18,7 +18,8 @@ Application& ApplicationTable::find(const Wanted& wanted)
     if (place != MarkedSlots::none)
         return applications_[place];
     slots_.insert(wanted.hash, static_cast<std::uint32_t>(applications_.size()));
-    return applications_.append({wanted.processName, wanted.constraint});
+    return applications_.append(
+        {{RuleText(arena, wanted.processName), RuleText(arena, wanted.constraint)}});
 }
 
 void ApplicationTable::expectApplication(Wanted& wanted) const
@@ -28,10 +29,16 @@ void ApplicationTable::expectApplication(Wanted& wanted) const
         prefetch(&applications_[wanted.likely]);
 }
 
+void ApplicationTable::clear()
+{
+    slots_.reset(0);
+    applications_.clear();
+}
+
 void ApplicationTable::expectName(const Wanted& wanted) const
 {
     if (wanted.likely != MarkedSlots::none)
-        prefetch(applications_[wanted.likely].processName.view().data(), mostOfName);
+        prefetch(applications_[wanted.likely].processName.view().data(), usualNameSize);
 }
 
 }

@@ -8,8 +8,8 @@
 
 namespace vossel {
 
-// A list that grows at its end without moving what it holds, in pieces of `pieceSize` (a power of
-// two). One thread.
+// A list that owns its items and grows at its end without moving them, in pieces of `pieceSize` (a
+// power of two). One thread.
 template <class T, std::size_t pieceSize>
 class StableList {
 public:
@@ -22,7 +22,7 @@ public:
     T& append(T item)
     {
         if (size_ == pieces_.size() * pieceSize)
-            pieces_.push_back(std::make_unique<Piece>());
+            pieces_.push_back(std::make_unique_for_overwrite<Piece>());
         auto& place = (*this)[size_++];
         place = std::move(item);
         return place;
