@@ -1,6 +1,7 @@
 # Compiler options that hold for every target.
 
 set(VOSSEL_TEST_OPTIONS "" CACHE STRING "Compiler options for the sources of tests")
+set(VOSSEL_PROGRAM_OPTIONS "" CACHE STRING "Compiler options for the sources of programs/")
 set(VOSSEL_SANITIZE "" CACHE STRING "Sanitizers for every target: empty, address,undefined or thread")
 
 add_library(vossel_options INTERFACE)
