@@ -8,7 +8,11 @@ add_library(vossel_options INTERFACE)
 target_compile_options(vossel_options INTERFACE
   -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
   $<$<BOOL:${VOSSEL_WARNINGS_AS_ERRORS}>:-Werror>
-  $<$<BOOL:${VOSSEL_UNITY}>:-Wno-shadow>) # of a constant in another file; the other builds notice the rest
+  $<$<BOOL:${VOSSEL_UNITY}>:-Wno-shadow>) # A constant of another file is no fault; debug still warns of the rest.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  # What is guarded by a lock (src/foundation/mutex.h), and with "beta" the order of locks.
+  target_compile_options(vossel_options INTERFACE -Wthread-safety -Wthread-safety-beta)
+endif()
 target_compile_definitions(vossel_options INTERFACE VOSSEL_VERSION="${PROJECT_VERSION}")
 
 find_package(Threads REQUIRED)

@@ -63,7 +63,7 @@ int DriverLink::handlePolicyQuery(const policy_query_message& message, const Con
     const std::int32_t status = filterStatus_.statusBarStatus();
     const bool quietWhileLocked = this->quietWhileLocked();
 
-    const std::lock_guard promptLock(g_promptLock);
+    const MutexLock promptLock(g_promptLock);
     if (!isCurrent(connection))
         return 0;
     user_prompt_response response{};
@@ -96,8 +96,8 @@ bool DriverLink::deliver(
     user_prompt_response& response, const policy_query& query, const Connection& connection)
 {
     response.security_token = query.security_token;
-    const std::lock_guard shared(g_sharedLock);
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock shared(g_sharedLock);
+    const MutexLock lock(connectionLock_);
     std::memcpy(response.skey, g_skey.data(), g_skey.size());
     if (g_driverConnection != connection)
         return false;

@@ -43,7 +43,7 @@ bool PermissionsManager::presentQueryToUser(
     const policy_query& query, std::shared_ptr<QueryWait> waitingOn)
 {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         pendingCondition_ = waitingOn;
     }
     const bool simple = modeOfUser();
@@ -58,7 +58,7 @@ bool PermissionsManager::presentQueryToUser(
 
 std::shared_ptr<QueryWait> PermissionsManager::currentWait() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return pendingCondition_;
 }
 

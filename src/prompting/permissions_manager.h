@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/mutex.h"
 #include "platform/host.h"
 #include "platform/notifications.h"
 #include "prompting/alert_message.h"
@@ -13,7 +14,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace vossel {
@@ -132,8 +132,8 @@ private:
     PromptFactory* factory_ = nullptr;
     NotificationRoutes* routes_ = nullptr;
 
-    mutable std::mutex mutex_;
-    std::shared_ptr<QueryWait> pendingCondition_; // guarded by mutex_; the latest query's
+    mutable Mutex mutex_;
+    std::shared_ptr<QueryWait> pendingCondition_ VOSSEL_GUARDED_BY(mutex_); // the latest query's
 
     std::atomic<bool> isPresenting_ = false; // written by the main thread
 
