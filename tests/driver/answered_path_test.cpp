@@ -1,4 +1,4 @@
-#include "rules/path_cover.h"
+#include "driver/desk/answered_path.h"
 #include "rules/rule_vocabulary.h"
 #include "wire/driver_messages.h"
 
