@@ -1,15 +1,12 @@
-#include "frontends/lines/prompt_lines.h"
+#include "frontends/lines/line_prompt_presenter.h"
 
-#include "foundation/log.h"
 #include "foundation/utf8.h"
 #include "frontends/lines/line_output.h"
-#include "frontends/lines/prompt_commands.h"
-#include "frontends/lines/prompt_state.h"
+#include "frontends/lines/line_splitter.h"
+#include "frontends/lines/prompt_json.h"
 #include "platform/threads.h"
-#include "prompting/permissions_manager.h"
+#include "ui/prompt/shown_prompt.h"
 
-#include <algorithm>
-#include <type_traits>
 #include <utility>
 
 namespace vossel {
@@ -34,62 +31,41 @@ const char* outcomeName(QueryWait::Outcome outcome, std::int32_t decision)
 
 }
 
-PromptLines::PromptLines(LineOutput& output, MainThread& mainThread, Clock& clock)
+LinePromptPresenter::LinePromptPresenter(LineOutput& output, MainThread& mainThread)
     : output_(output)
     , mainThread_(mainThread)
-    , clock_(clock)
 {
 }
 
 // --- prompts ------------------------------------------------------------------------------------
 
-void PromptLines::promptOpened(QMPermissionsWindow& prompt)
+void LinePromptPresenter::promptOpened(ShownPrompt& prompt)
 {
-    opened(&prompt, "advanced");
-}
-
-void PromptLines::promptOpened(QMSimplePermissionsWindow& prompt)
-{
-    opened(&prompt, "simple");
-}
-
-void PromptLines::promptClosed(QMPermissionsWindow& prompt)
-{
-    closed(&prompt);
-}
-
-void PromptLines::promptClosed(QMSimplePermissionsWindow& prompt)
-{
-    closed(&prompt);
-}
-
-void PromptLines::opened(Prompt prompt, const char* kind)
-{
-    const auto& wait = manager_->shownWait();
-    if (!wait)
-        return;
     const MutexLock lock(mutex_);
     // Answered before anybody could see it. While this lock is held its end cannot be told, so a
     // prompt that is told here is told before its end.
-    if (wait->isOver())
+    if (prompt.isOver())
         return;
-    if (wait != wait_) {
-        wait_ = wait;
+    if (prompt.wait() != wait_) {
+        wait_ = prompt.wait();
         ++id_;
     }
-    open_ = prompt;
+    open_ = &prompt;
     shown_ = id_;
-    output_.write({{"event", "prompt"}, {"id", id_}, {"kind", kind}, {"state", stateOf(prompt)}});
+    const PromptView view = prompt.view();
+    output_.write({{"event", "prompt"}, {"id", id_},
+        {"kind", view.kind == PromptView::Kind::Advanced ? "advanced" : "simple"},
+        {"state", promptJson(view, prompt.countdown().secondsLeft())}});
     scheduleCommands();
 }
 
-void PromptLines::closed(const Prompt& prompt)
+void LinePromptPresenter::promptClosed(ShownPrompt& prompt)
 {
-    if (open_ == prompt)
-        open_ = std::monostate();
+    if (open_ == &prompt)
+        open_ = nullptr;
 }
 
-void PromptLines::didDeliverResponse(
+void LinePromptPresenter::didDeliverResponse(
     const user_prompt_response& response, QueryWait::Outcome outcome)
 {
     const MutexLock lock(mutex_);
@@ -101,27 +77,9 @@ void PromptLines::didDeliverResponse(
             {"response", responseJson(response)}});
 }
 
-Json PromptLines::stateOf(const Prompt& prompt) const
-{
-    return std::visit(
-        [this](const auto& shown) -> Json {
-            if constexpr (std::is_same_v<std::decay_t<decltype(shown)>, std::monostate>)
-                return Json::object();
-            else
-                return promptState(*shown, secondsLeft());
-        },
-        prompt);
-}
-
-std::int64_t PromptLines::secondsLeft() const
-{
-    const auto left = wait_->deadline() - clock_.now();
-    return std::max<std::int64_t>(0, std::chrono::ceil<std::chrono::seconds>(left).count());
-}
-
 // --- commands -----------------------------------------------------------------------------------
 
-void PromptLines::take(std::string_view line, bool tooLong)
+void LinePromptPresenter::take(std::string_view line, bool tooLong)
 {
     if (output_.isBroken()) {
         commands_.clear();
@@ -133,24 +91,25 @@ void PromptLines::take(std::string_view line, bool tooLong)
         refuse(line, "the line is too long");
         return;
     }
-    const auto command = parseLineCommand(line);
+    const auto command = parseScriptCommand(line);
     if (!command)
         refuse(line, command.reason());
-    else if (commands_.size() == mostWaiting)
+    else if (commands_.size() == maxWaiting)
         refuse(line, "too many commands wait already");
     else
-        commands_.push_back({*command, std::string(line.substr(0, LineSplitter::shownOfLongLine))});
+        commands_.push_back(
+            {*command, std::string(line.substr(0, LineSplitter::maxShownOfLongLine))});
     scheduleCommands();
 }
 
 // Commands are carried out from the main loop, never from within a call of the prompt's.
-void PromptLines::scheduleCommands()
+void LinePromptPresenter::scheduleCommands()
 {
     if (!commands_.empty())
         mainThread_.perform([this] { carryOutWaiting(); });
 }
 
-void PromptLines::carryOutWaiting()
+void LinePromptPresenter::carryOutWaiting()
 {
     while (!commands_.empty() && mayCarryOut())
         carryOutNext();
@@ -159,31 +118,24 @@ void PromptLines::carryOutWaiting()
 // A prompt whose query is answered already is as good as closed: what comes now is meant for the
 // next one. A command may run the main loop (an authentication dialog): the prompt it is carried
 // out on takes no other meanwhile, a later one does.
-bool PromptLines::mayCarryOut() const
+bool LinePromptPresenter::mayCarryOut() const
 {
-    return !std::holds_alternative<std::monostate>(open_) && !wait_->isOver() && id_ != busy_
-        && id_ != leftAlone_ && !output_.isBroken();
+    return open_ && !open_->isOver() && id_ != busy_ && id_ != leftAlone_ && !output_.isBroken();
 }
 
-void PromptLines::carryOutNext()
+void LinePromptPresenter::carryOutNext()
 {
     const Waiting next = std::move(commands_.front());
     commands_.pop_front();
     const std::int64_t id = id_;
-    if (next.command.kind == LineCommand::Kind::Wait) {
+    if (next.command.kind == ScriptCommand::Kind::Wait) {
         leftAlone_ = id;
         return;
     }
     busy_ = id;
-    const Prompt open = open_; // the command may close it
-    const auto refusal = std::visit(
-        [&](auto prompt) -> std::optional<std::string> {
-            if constexpr (std::is_same_v<decltype(prompt), std::monostate>)
-                return std::nullopt;
-            else
-                return carryOut(next.command, *prompt);
-        },
-        open);
+    Refusal refusal;
+    if (next.command.kind == ScriptCommand::Kind::Act)
+        refusal = open_->carryOut(next.command.act); // which may close it
     if (busy_ == id)
         busy_ = 0;
     if (refusal)
@@ -193,17 +145,17 @@ void PromptLines::carryOutNext()
 }
 
 // Nothing is told of a prompt that the command closed, nor after its end.
-void PromptLines::tellState()
+void LinePromptPresenter::tellState()
 {
-    if (std::holds_alternative<std::monostate>(open_))
+    if (!open_)
         return;
-    const Json state = stateOf(open_);
+    const Json state = promptJson(open_->view(), open_->countdown().secondsLeft());
     const MutexLock lock(mutex_);
     if (shown_ == id_)
         output_.write({{"event", "state"}, {"id", id_}, {"state", state}});
 }
 
-void PromptLines::refuse(std::string_view command, const std::string& reason)
+void LinePromptPresenter::refuse(std::string_view command, const std::string& reason)
 {
     output_.write({{"event", "error"}, {"command", toValidUtf8(command)}, {"reason", reason}});
 }

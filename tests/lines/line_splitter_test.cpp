@@ -1,4 +1,4 @@
-#include "frontends/lines/line_command.h"
+#include "frontends/lines/line_splitter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,10 +11,10 @@ namespace {
 // The same lines come out however the bytes are cut into pieces.
 TEST(LineSplitterTest, CutsAnyPiecesIntoTheSameLines)
 {
-    const std::string longest(LineSplitter::longestLine, 'x');
-    const std::string cut = std::string(LineSplitter::shownOfLongLine, 'x') + " (too long)";
+    const std::string longLine(LineSplitter::maxLine, 'x');
+    const std::string cut = std::string(LineSplitter::maxShownOfLongLine, 'x') + " (too long)";
     const std::string stream
-        = "a\r\n\n" + longest + "\n" + longest + "y z\nb\rc\n" + longest + "\r\nlast";
+        = "a\r\n\n" + longLine + "\n" + longLine + "y z\nb\rc\n" + longLine + "\r\nlast";
     for (const std::size_t piece : {std::size_t{1}, std::size_t{4096}, stream.size()}) {
         LineSplitter splitter;
         std::vector<std::string> lines;
@@ -25,7 +25,7 @@ TEST(LineSplitterTest, CutsAnyPiecesIntoTheSameLines)
             splitter.feed(std::string_view(stream).substr(at, piece), collect);
         splitter.finish(collect);
         splitter.finish(collect);
-        EXPECT_THAT(lines, testing::ElementsAre("a", "", longest, cut, "b\rc", cut, "last"))
+        EXPECT_THAT(lines, testing::ElementsAre("a", "", longLine, cut, "b\rc", cut, "last"))
             << piece;
     }
 }

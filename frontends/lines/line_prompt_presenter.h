@@ -2,10 +2,8 @@
 
 #include "agent/driver_link_interfaces.h"
 #include "foundation/mutex.h"
-#include "frontends/lines/line_command.h"
-#include "platform/clock.h"
+#include "frontends/lines/script_command.h"
 #include "ui/prompt/prompt_presenter.h"
-#include "wire_json/record_json.h"
 
 #include <cstdint>
 #include <deque>
@@ -13,53 +11,41 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <variant>
 
 namespace vossel {
 
 class LineOutput;
 class MainThread;
-class PermissionsManager;
 
-// Shows prompts to a script and takes its commands. The open prompt and the commands belong to the
+// Shows prompts to a script and carries out its commands; it owns the commands that wait, and
+// neither the descriptors nor the words of a prompt. The open prompt and the commands belong to the
 // main thread; the end of a prompt is reported by the thread of its query. For each prompt that was
 // shown the events come in the order prompt, state (any number), end: what is told of a prompt is
 // told under the lock that also says whether its end has been told.
-class PromptLines final : public PromptPresenter, public ResponseListener {
+class LinePromptPresenter final : public PromptPresenter, public ResponseListener {
 public:
     // Commands that may wait for a prompt; more are refused.
-    static constexpr std::size_t mostWaiting = 10000;
+    static constexpr std::size_t maxWaiting = 10000;
 
-    PromptLines(LineOutput& output, MainThread& mainThread, Clock& clock);
-    // Before the first prompt. The manager goes first of the two: going, it closes its prompts.
-    void setManager(const PermissionsManager* manager) { manager_ = manager; }
+    LinePromptPresenter(LineOutput& output, MainThread& mainThread);
 
     // Main thread. A line that is no command is answered at once; an empty one passes. Nothing is
     // taken any more once nobody reads the events.
     void take(std::string_view line, bool tooLong);
 
-    void promptOpened(QMPermissionsWindow& prompt) override;
-    void promptOpened(QMSimplePermissionsWindow& prompt) override;
+    void promptOpened(ShownPrompt& prompt) override;
     // Scripts are told after each of their commands; nobody else changes a prompt.
-    void promptChanged(QMPermissionsWindow&) override { }
-    void promptChanged(QMSimplePermissionsWindow&) override { }
-    void promptClosed(QMPermissionsWindow& prompt) override;
-    void promptClosed(QMSimplePermissionsWindow& prompt) override;
+    void promptChanged(ShownPrompt&) override { }
+    void promptClosed(ShownPrompt& prompt) override;
 
     void didDeliverResponse(
         const user_prompt_response& response, QueryWait::Outcome outcome) override;
 
 private:
-    using Prompt = std::variant<std::monostate, QMPermissionsWindow*, QMSimplePermissionsWindow*>;
     struct Waiting {
-        LineCommand command;
+        ScriptCommand command;
         std::string text;
     };
-
-    void opened(Prompt prompt, const char* kind);
-    void closed(const Prompt& prompt);
-    [[nodiscard]] Json stateOf(const Prompt& prompt) const;
-    [[nodiscard]] std::int64_t secondsLeft() const;
 
     void scheduleCommands();
     void carryOutWaiting();
@@ -70,11 +56,9 @@ private:
 
     LineOutput& output_;
     MainThread& mainThread_;
-    Clock& clock_;
-    const PermissionsManager* manager_ = nullptr;
 
     // The main thread's.
-    Prompt open_;
+    ShownPrompt* open_ = nullptr;
     std::shared_ptr<QueryWait> wait_; // of the latest prompt
     std::int64_t id_ = 0; // of the latest prompt; 0 before the first
     std::int64_t busy_ = 0; // the prompt that a command is being carried out on
