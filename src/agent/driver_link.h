@@ -28,8 +28,20 @@ class UserChecks;
 // the connection. Only g_promptLock is held while the filter status or the broker is called.
 class DriverLink {
 public:
-    DriverLink(const Host& host, const Directories& directories, const UserChecks& userChecks,
-        FilterStatus& filterStatus, PermissionsManager& broker);
+    struct Services {
+        // Implicit on purpose: who has a host hands it over as it is.
+        Services(const Host& host); // NOLINT(google-explicit-constructor)
+
+        Clock& clock;
+        ThreadLauncher& threads;
+        DriverService& driver;
+        const Session& session;
+        Notices& notices;
+        ProcessControl& processControl;
+    };
+
+    DriverLink(const Services& services, const Directories& directories,
+        const UserChecks& userChecks, FilterStatus& filterStatus, PermissionsManager& broker);
     ~DriverLink();
 
     // Both before agent_main().
@@ -92,7 +104,7 @@ private:
     void refuseQuery(const policy_query_message& message, const Connection& connection);
     [[nodiscard]] Connection currentConnection() const VOSSEL_EXCLUDES(connectionLock_);
 
-    const Host& host_;
+    const Services services_;
     const Directories& directories_;
     const UserChecks& userChecks_;
     FilterStatus& filterStatus_;

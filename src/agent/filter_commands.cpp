@@ -66,7 +66,7 @@ void DriverLink::filterStatusManager(const Connection& connection)
             if (g_lastFilterState == STATE_UNKNOWN)
                 pause = firstPollPause;
         }
-        if (!host_.clock.sleep(pause) || !isCurrent(connection))
+        if (!services_.clock.sleep(pause) || !isCurrent(connection))
             return;
         (void)updateFilterStatus();
     }
@@ -102,7 +102,7 @@ void DriverLink::reloadQuiet()
 void DriverLink::handleHUPEvent()
 {
     const MutexLock lock(connectionLock_);
-    const Clock::Instant now = host_.clock.now();
+    const Clock::Instant now = services_.clock.now();
     if (g_lastReload && now - *g_lastReload < reloadPause)
         return;
     g_lastReload = now;

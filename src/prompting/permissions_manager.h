@@ -33,8 +33,21 @@ class PermissionsManager final : public QMPermissionsWindowDelegate,
                                  public QMSimplePermissionsWindowDelegate,
                                  public NotificationCentreDelegate {
 public:
+    struct Services {
+        // Implicit on purpose: who has a host hands it over as it is.
+        Services(const Host& host); // NOLINT(google-explicit-constructor)
+
+        MainThread& mainThread;
+        const Accounts& accounts;
+        const Processes& processes;
+        const Installers& installers;
+        NotificationCentre& notifications;
+        WindowSystem& windows;
+        Workspace& workspace;
+    };
+
     PermissionsManager(
-        const Host& host, const Directories& directories, const UserChecks& userChecks);
+        const Services& services, const Directories& directories, const UserChecks& userChecks);
     ~PermissionsManager() override;
 
     // Both before the first query. Without routes, clicks on others' notifications are logged.
@@ -113,7 +126,7 @@ private:
     [[nodiscard]] PromptWindow* openPrompt() const;
     void decide(const user_prompt_response& response);
 
-    const Host& host_;
+    const Services services_;
     const Directories& directories_;
     const UserChecks& userChecks_;
     PromptFactory* factory_ = nullptr;

@@ -115,7 +115,7 @@ void PromptFrame::setTheme()
 
 bool PromptFrame::foreverRemoved(std::string_view path) const
 {
-    return !UserChecks(context_.host, context_.directories).canCreateRules()
+    return !UserChecks(context_.host.accounts, context_.directories).canCreateRules()
         || path.starts_with(context_.directories.sharedData());
 }
 
@@ -149,7 +149,7 @@ bool PromptFrame::authenticate()
         return true;
     resignWindow();
     authenticating_ = true;
-    const bool proved = Authentication(context_.host).performAuthentication();
+    const bool proved = Authentication(context_.host.authenticator).performAuthentication();
     authenticating_ = false;
     if (!proved)
         authenticationDenied = true;
