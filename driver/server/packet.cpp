@@ -40,7 +40,7 @@ bool hasHungUp(int socket)
 Packet receivePacket(int socket)
 {
     Packet packet;
-    packet.bytes.resize(largestPacket);
+    packet.bytes.resize(maxPacketSize);
     iovec part = {packet.bytes.data(), packet.bytes.size()};
     alignas(cmsghdr) char control[CMSG_SPACE(mostDescriptors * sizeof(int))];
     msghdr message = {};

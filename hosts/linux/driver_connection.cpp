@@ -134,7 +134,7 @@ DriverStatus LinuxDriverConnection::exchangeLocked(Exchange& exchange)
 {
     if (closed_)
         return driverUnreachable;
-    if (sizeof(CallHeader) + exchange.input.size() > largestPacket) {
+    if (sizeof(CallHeader) + exchange.input.size() > maxPacketSize) {
         logText("driver call: the input is larger than a packet");
         return driverUnreachable;
     }
@@ -230,7 +230,7 @@ bool LinuxDriverConnection::waitFor(short events, Clock::Instant deadline) const
 LinuxDriverConnection::Taken LinuxDriverConnection::take(int port, std::vector<std::byte>& message)
 {
     for (;;) {
-        message.resize(largestPacket);
+        message.resize(maxPacketSize);
         const auto size
             = ::recv(port, message.data(), message.size(), MSG_DONTWAIT | MSG_TRUNC | MSG_NOSIGNAL);
         if (size < 0 && errno == EINTR)
@@ -238,7 +238,7 @@ LinuxDriverConnection::Taken LinuxDriverConnection::take(int port, std::vector<s
         if (size < 0)
             return errno == EAGAIN ? Taken::Nothing : Taken::End;
         const auto length = static_cast<std::size_t>(size);
-        if (length > largestPacket) {
+        if (length > maxPacketSize) {
             logText("notification port: dropped a message of %@ bytes", std::to_string(length));
             continue;
         }

@@ -8,8 +8,9 @@
 
 namespace vossel {
 
-// A whole operating system in memory, time moved by hand. The thread that makes it is the main
-// thread. Its threads are joined when it goes: whatever runs on them must have been ended before.
+// Owns a whole operating system in memory, whose time a test moves by hand. It must not decide what
+// the agent decides. The thread that makes it is the main thread. Its threads are joined when it is
+// destroyed; whatever runs on them must have been ended before.
 class SimulatedHost {
 public:
     SimulatedHost() = default;

@@ -117,7 +117,7 @@ private:
     }
     Bytes receive(int fd)
     {
-        Bytes bytes(largestPacket);
+        Bytes bytes(maxPacketSize);
         const ssize_t size
             = comes(fd, 20000) ? ::recv(fd, bytes.data(), bytes.size(), MSG_DONTWAIT) : 0;
         bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));

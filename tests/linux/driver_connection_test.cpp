@@ -47,7 +47,7 @@ protected:
     Call next() const
     {
         Call call;
-        char input[largestPacket] = {};
+        char input[maxPacketSize] = {};
         alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
         iovec pieces[] = {{&call.header, sizeof call.header}, {input, sizeof input}};
         msghdr message = {nullptr, 0, pieces, 2, control, sizeof control, 0};
@@ -118,9 +118,9 @@ protected:
 TEST_F(DriverConnectionTest, CallsCarryTheirBytesAndEveryStatusBothWays)
 {
     connect();
-    EXPECT_EQ(call(got, std::string(largestPacket - 7, 'x')), driverUnreachable)
+    EXPECT_EQ(call(got, std::string(maxPacketSize - 7, 'x')), driverUnreachable)
         << "what fits no packet is not sent and harms nothing";
-    const std::string most(largestPacket - sizeof(CallHeader), 'x');
+    const std::string most(maxPacketSize - sizeof(CallHeader), 'x');
     for (const auto& [input, status, output] : {std::tuple(std::string("in"), 0, "full"),
              {most, 0, "few"}, {"", -536870212, ""}, {"in", 5, "part"}}) {
         const std::jthread answer = onCall([&, in = input, s = status, o = output](Call& asked) {
@@ -180,11 +180,11 @@ TEST_F(DriverConnectionTest, AllThatTheDriverSaidIsHeardBeforeItsEnd)
         UniqueFd port = setPort();
         post(port, "one");
         post(port, ""); // no message at all
-        post(port, std::string(largestPacket + 1, 'x'));
-        post(port, std::string(largestPacket, 'y'));
+        post(port, std::string(maxPacketSize + 1, 'x'));
+        post(port, std::string(maxPacketSize, 'y'));
         portFirst ? port.reset() : driver.reset();
         EXPECT_EQ(received(), "one");
-        EXPECT_EQ(received(), std::string(largestPacket, 'y'));
+        EXPECT_EQ(received(), std::string(maxPacketSize, 'y'));
         EXPECT_EQ(received(), "(end)");
     }
 }
