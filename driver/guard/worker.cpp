@@ -29,7 +29,7 @@ bool Worker::post(std::function<void()> job)
 {
     {
         const MutexLock guard(lock_);
-        if (ending_ || jobs_.size() >= mostJobs)
+        if (ending_ || jobs_.size() >= maxJobs)
             return false;
         jobs_.push_back(std::move(job));
     }

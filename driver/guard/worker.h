@@ -8,8 +8,8 @@
 
 namespace vossel {
 
-// A thread for what may wait: opening files and walking paths on a guarded file system, which the
-// loop's thread, being the one that answers, must never do.
+// Owns a thread for whatever may wait: opening files and walking paths on a guarded file system.
+// The loop's thread must never do that, for it is the one that answers.
 class Worker {
 public:
     Worker() = default;
@@ -17,15 +17,15 @@ public:
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    // Once, before post(). False when the system refuses a thread.
+    // To be called once, before post(). False when the system refuses a thread.
     [[nodiscard]] bool start();
     // Waits for the job at work; jobs not begun are dropped. Nothing is done afterwards.
     void stop();
-    // In order. False, and nothing is done, while too many are waiting.
+    // Jobs are done in order. False, and the job is not taken, while too many are waiting.
     [[nodiscard]] bool post(std::function<void()> job);
 
 private:
-    static constexpr std::size_t mostJobs = 1024;
+    static constexpr std::size_t maxJobs = 1024;
 
     void run();
 

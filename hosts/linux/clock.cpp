@@ -7,11 +7,11 @@ namespace vossel {
 namespace {
 
 // Waiting for longer is waiting for ever; later instants would overflow in nanoseconds.
-constexpr std::chrono::hours longestWait(24 * 365);
+constexpr std::chrono::hours maxWait(24 * 365);
 
 LinuxClock::Instant withinReach(LinuxClock::Instant deadline, LinuxClock::Instant now)
 {
-    return std::clamp(deadline, now, now + longestWait);
+    return std::clamp(deadline, now, now + maxWait);
 }
 
 }
@@ -34,7 +34,7 @@ bool LinuxClock::waitUntil(
 
 bool LinuxClock::sleep(Duration duration)
 {
-    const auto bounded = std::clamp<Duration>(duration, Duration::zero(), longestWait);
+    const auto bounded = std::clamp<Duration>(duration, Duration::zero(), maxWait);
     MutexLock lock(lock_);
     return !stopping_.waitUntil(
         lock, now() + bounded, [this]() VOSSEL_REQUIRES(lock_) { return stopped_; });

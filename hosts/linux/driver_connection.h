@@ -9,17 +9,17 @@
 
 namespace vossel {
 
-// One packet socket to the driver, and the receiving end of the notification port. Neither lock is
-// held while anybody else's code runs.
+// Owns one packet socket to the driver and the receiving end of the notification port; must not
+// know what calls and notifications mean. Neither lock is held while anybody else's code runs.
 // The descriptors themselves are closed by the destructor only, so none is reused under a waiter;
 // close() shuts them down instead.
 class LinuxDriverConnection final : public DriverConnection {
 public:
-    static constexpr Clock::Duration replyBound = std::chrono::seconds(5);
+    static constexpr Clock::Duration maxReplyTime = std::chrono::seconds(5);
 
     // Null when the system has no descriptor left. `socket` is a connected SOCK_SEQPACKET socket.
     [[nodiscard]] static std::shared_ptr<LinuxDriverConnection> create(
-        UniqueFd socket, Clock::Duration replyTimeout = replyBound);
+        UniqueFd socket, Clock::Duration replyTimeout = maxReplyTime);
     LinuxDriverConnection(UniqueFd socket, UniqueFd wake, Clock::Duration replyTimeout);
 
     [[nodiscard]] DriverStatus call(std::uint32_t selector, std::span<const std::byte> input,

@@ -25,9 +25,9 @@ constexpr std::size_t stackSize = 256 * 1024;
 constexpr std::size_t stackSize = 256 * 1024;
 #endif
 
-constexpr std::size_t longestName = 15;
+constexpr std::size_t maxNameSize = 15;
 
-constexpr std::size_t mostParked = 4;
+constexpr std::size_t maxParked = 4;
 constexpr std::chrono::seconds parkedTime{5};
 
 int createThread(pthread_t& thread, void* (*entry)(void*), void* argument)
@@ -84,7 +84,7 @@ LinuxThreadLauncher::~LinuxThreadLauncher()
 bool LinuxThreadLauncher::launch(std::string_view name, std::function<void()> entry)
 {
     auto start = std::make_unique<Start>(
-        Start{*this, std::string(name.substr(0, longestName)), std::move(entry)});
+        Start{*this, std::string(name.substr(0, maxNameSize)), std::move(entry)});
     if (handToParked(start))
         return true;
     {
@@ -142,7 +142,7 @@ std::unique_ptr<LinuxThreadLauncher::Start> LinuxThreadLauncher::park()
 {
     const auto self = std::make_shared<Parked>();
     MutexLock lock(lock_);
-    if (joining_ || parked_.size() >= mostParked)
+    if (joining_ || parked_.size() >= maxParked)
         return nullptr;
     parked_.push_back(self);
     self->woken.waitFor(

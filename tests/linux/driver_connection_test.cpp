@@ -1,4 +1,5 @@
 #include "hosts/linux/driver_service.h"
+#include "hosts/linux/packet_socket.h"
 #include "support/temporary_directory.h"
 #include "wire/driver_messages.h"
 #include "wire/driver_transport.h"
@@ -317,6 +318,26 @@ TEST_F(DriverServiceTest, RefusesADriverOfAnotherUser)
         ASSERT_EQ(::chown(path.c_str(), owner, 0), 0);
         EXPECT_EQ(service.open() != nullptr, owner == 0) << owner;
     }
+}
+
+TEST(PacketSocketTest, IsTakenOverOnlyWhenNobodyAnswers)
+{
+    const test::TemporaryDirectory folder;
+    // An address holds no path as long as the second.
+    for (const std::string& prefix : {folder / "short", folder / std::string(200, 'p')}) {
+        const std::string path = prefix + "/run/VosselDriver.sock";
+        {
+            const Result<UniqueFd> listening = listenAt(path);
+            ASSERT_TRUE(listening) << listening.reason();
+            EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0666));
+            EXPECT_NE(listenAt(path).reason().find("another driver"), std::string::npos);
+        }
+        EXPECT_TRUE(listenAt(path)) << "a dead driver left its socket";
+    }
+    ASSERT_TRUE(writeFile(folder / "file", "kept"));
+    EXPECT_FALSE(listenAt(folder / "file"));
+    EXPECT_FALSE(listenAt(folder / std::string(120, 'x')));
+    EXPECT_TRUE(fileExists(folder / "file"));
 }
 
 }
