@@ -27,7 +27,7 @@ public:
 
 private:
     struct Waiter {
-        Mutex* mutex; // none of one that sleeps
+        Mutex* mutex; // null for a thread that sleeps
         Condition* condition;
     };
 

@@ -143,8 +143,8 @@ void DriverLink::endConnection(const Connection& connection)
         g_connected = false;
         g_notifyPort = 0;
     }
-    // Nobody is left to hear what the user would decide. The status goes first: whoever is woken by
-    // the cancellation takes it for the reason.
+    // Nobody is left to hear what the user would decide. The status is set first, because whoever
+    // the cancellation wakes reads it as the reason.
     filterStatus_.updateStatus(FILTER_DISABLED);
     broker_.cancelQuery();
 }

@@ -19,9 +19,10 @@ namespace vossel {
 class PermissionsManager;
 class UserChecks;
 
-// The agent's side of the driver: finds and opens it, answers each of its queries on a thread of
-// its own, one at a time, and keeps the filter status in step. agent_main() runs on a thread of its
-// own; the commands may be called from any thread.
+// Owns the connection to the driver and its session key: finds and opens the driver, answers each
+// of its queries on a thread of its own, one at a time, and keeps the filter status in step. It
+// must not own a prompt or decide what one says. agent_main() runs on a thread of its own; the
+// commands may be called from any thread.
 //
 // g_promptLock is held across one whole answer, g_sharedLock around the status call, the last state
 // and the response call, connectionLock_ around each call to the driver and whatever else concerns

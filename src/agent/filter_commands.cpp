@@ -50,7 +50,7 @@ DriverStatus DriverLink::updateFilterStatus()
         g_lastFilterState = result == driverSuccess ? STATE_FILTERING : STATE_OFF;
     }
     filterStatus_.updateStatus(result == driverSuccess ? FILTER_ENABLED : FILTER_DISABLED);
-    // The connection may have ended since the driver spoke, and its end been published before this.
+    // The connection may have ended since the driver answered, and this may have hidden its end.
     if (!connection || !isCurrent(connection))
         filterStatus_.updateStatus(FILTER_DISABLED);
     return result;

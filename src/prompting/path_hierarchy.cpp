@@ -41,7 +41,7 @@ bool holdsApplicationData(const Folder& folder)
         || folder.parent == "Volumes" || folder.path.ends_with(".sparsebundle/");
 }
 
-// Weaker marks: they count only while nothing further in was recommended.
+// These weaker marks count only as long as no folder further inside was recommended.
 bool belongsToSystemService(const Folder& folder)
 {
     return (folder.parent == "Components" && folder.name == "AppleScript.component")

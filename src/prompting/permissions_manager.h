@@ -22,8 +22,9 @@ class NotificationRoutes;
 class PopUpButton;
 class UserChecks;
 
-// The broker between a query and the user: chooses the prompt, opens it, turns the decision into a
-// response and wakes the thread that waits. One query at a time; its caller sees to that.
+// Owns the open prompt and the wait that it answers: chooses the prompt, opens it, turns the
+// decision into a response and wakes the thread that waits. It must not own a connection to the
+// driver, nor call one. It handles one query at a time; its caller sees to that.
 //
 // Threads: the prompts, what they report and what is forwarded to them belong to the main thread.
 // The query's thread, the driver loop and a rule import call the operations of the first two

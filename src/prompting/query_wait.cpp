@@ -16,8 +16,8 @@ bool QueryWait::finish(Outcome outcome, const user_prompt_response& response)
         if (outcome != Outcome::Cancelled)
             response_ = response;
     }
-    // Without the lock, or the woken thread would only wait for it. The caller holds a share of
-    // this object, so it is still there.
+    // The lock has been given back, so that the woken thread need not wait for it. This object
+    // still lives, because the caller holds a share of it.
     finished_.notifyAll();
     return true;
 }
