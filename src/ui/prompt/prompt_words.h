@@ -11,6 +11,9 @@ namespace vossel {
 // The title of a duration's code, as "Until restart"; empty for a code that is none.
 [[nodiscard]] std::string_view durationTitle(std::int32_t code);
 
+// The same for a choice that has little room: "Until it quits".
+[[nodiscard]] std::string_view shortDurationTitle(std::int32_t code);
+
 inline constexpr std::string_view recommendedTitle = "recommended"; // of an entry
 inline constexpr std::string_view updatesTitle = "Updates of this program too";
 inline constexpr std::string_view detailsTitle = "Details"; // the way to the advanced prompt
