@@ -41,7 +41,7 @@ LinePromptPresenter::LinePromptPresenter(LineOutput& output, MainThread& mainThr
 
 void LinePromptPresenter::promptOpened(ShownPrompt& prompt)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     // Answered before anybody could see it. While this lock is held its end cannot be told, so a
     // prompt that is told here is told before its end.
     if (prompt.isOver())
@@ -68,7 +68,7 @@ void LinePromptPresenter::promptClosed(ShownPrompt& prompt)
 void LinePromptPresenter::didDeliverResponse(
     const user_prompt_response& response, QueryWait::Outcome outcome)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto id = std::exchange(shown_, std::nullopt);
     if (!id)
         return;
@@ -150,7 +150,7 @@ void LinePromptPresenter::tellState()
     if (!open_)
         return;
     const Json state = promptJson(open_->view(), open_->countdown().secondsLeft());
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (shown_ == id_)
         output_.write({{"event", "state"}, {"id", id_}, {"state", state}});
 }

@@ -1,5 +1,6 @@
 #include "frontends/terminal/prompt_screen.h"
 
+#include "frontends/terminal/prompt_sentences.h"
 #include "ui/prompt/prompt_words.h"
 
 #include <algorithm>
@@ -13,7 +14,7 @@ namespace {
 constexpr std::size_t labelColumns = 11;
 constexpr std::size_t gap = 2;
 
-// By duration.
+// The keys that choose a duration, by its code.
 constexpr std::array<const char*, DURATION_FOREVER + 1> durationKeys{"^O", "^Q", "^R", "^F"};
 
 struct Fact {
@@ -23,7 +24,7 @@ struct Fact {
     bool warning = false;
 };
 
-// How much is shown where there is little room.
+// How much of a prompt is shown; later rows of the table leave more out.
 struct Detail {
     bool blanks;
     bool bar;
@@ -43,14 +44,14 @@ constexpr std::array<Detail, 5> details{{
 
 struct HelpLine {
     const char* keys;
-    const char* meaning;
+    const char* meaning; // none for the durations, which have words of their own
     enum { Both, AdvancedOnly, SimpleOnly } prompts;
 };
 
 constexpr std::array<HelpLine, 10> helpLines{{
     {"Alt-Return, A", "allow", HelpLine::Both},
     {"Escape, D", "deny", HelpLine::Both},
-    {"^O ^Q ^R ^F", "how long: once, until it quits, until restart, forever", HelpLine::Both},
+    {"^O ^Q ^R ^F", nullptr, HelpLine::Both},
     {"", "(^ is Control; Alt does the same, and so do Alt-1 to Alt-4)", HelpLine::Both},
     {"Left, Right", "next and previous entry of \"Files\"", HelpLine::AdvancedOnly},
     {"Down, Up", "next and previous entry of \"Programs\"", HelpLine::AdvancedOnly},
@@ -59,6 +60,15 @@ constexpr std::array<HelpLine, 10> helpLines{{
     {"v", "all details, with more to choose", HelpLine::SimpleOnly},
     {"?", "back", HelpLine::Both},
 }};
+
+// "once, until the program quits, until restart, forever".
+std::string allDurations()
+{
+    std::string phrases = durationPhrase(DURATION_ONCE);
+    for (std::int32_t code = DURATION_ONCE + 1; code <= DURATION_FOREVER; ++code)
+        phrases += ", " + durationPhrase(code);
+    return phrases;
+}
 
 class Layout {
 public:
@@ -185,7 +195,7 @@ private:
         std::move(below.begin(), below.end(), std::back_inserter(rows_));
     }
 
-    // What cannot be changed needs no alternatives.
+    // A list that cannot be changed shows only what is chosen.
     static std::size_t rowsWanted(const Choices& choices)
     {
         return choices.enabled ? choices.entries.size()
@@ -270,7 +280,8 @@ private:
                 continue;
             ScreenRow row(width_);
             row.add(line.keys, Style::Strong).padTo(16);
-            row.add(elideTail(toGlyphs(line.meaning, charset_), row.room(), charset_));
+            row.add(elideTail(toGlyphs(line.meaning ? line.meaning : allDurations(), charset_),
+                row.room(), charset_));
             push(std::move(row));
         }
     }
@@ -281,7 +292,7 @@ private:
         ScreenRow row(width_);
         row.add("> ", Style::Strong);
         Glyphs typed = toGlyphs(state_.question->typed, charset_);
-        // The end of it is where the person writes.
+        // The person writes at its end, so that its beginning goes where room is short.
         while (!typed.empty() && columnsOf(typed) + 1 > row.room())
             typed.erase(typed.begin());
         row.add(typed);
@@ -289,7 +300,7 @@ private:
         push(std::move(row));
     }
 
-    // How to answer: the last row, which is never left out.
+    // Says how to answer, in the last row, which is never left out.
     void ways()
     {
         ScreenRow row(width_);

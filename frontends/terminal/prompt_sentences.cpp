@@ -19,11 +19,16 @@ std::string outcomeSentence(const user_prompt_response& response, QueryWait::Out
         break;
     }
     std::string text = response.decision == DECISION_ALLOW ? "allowed" : "denied";
-    std::string duration(durationTitle(response.duration));
-    if (duration.empty())
-        return text;
-    duration.front() = static_cast<char>(duration.front() | 0x20); // in the middle of a sentence
-    return text + ", " + duration;
+    const std::string duration = durationPhrase(response.duration);
+    return duration.empty() ? text : text + ", " + duration;
+}
+
+std::string durationPhrase(std::int32_t code)
+{
+    std::string phrase(durationTitle(code));
+    if (!phrase.empty())
+        phrase.front() = static_cast<char>(phrase.front() | 0x20); // an ASCII letter
+    return phrase;
 }
 
 const char* refusedKeySentence(const TerminalKey& key, const KeyBinding& binding, bool touchBarOnly)

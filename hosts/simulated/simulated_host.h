@@ -8,8 +8,9 @@
 
 namespace vossel {
 
-// A whole operating system in memory, time moved by hand. The thread that makes it is the main
-// thread. Its threads are joined when it goes: whatever runs on them must have been ended before.
+// Owns a whole operating system in memory, whose time a test moves by hand. It must not decide what
+// the agent decides. The thread that makes it is the main thread. Its threads are joined when it is
+// destroyed; whatever runs on them must have been ended before.
 class SimulatedHost {
 public:
     SimulatedHost() = default;
@@ -33,26 +34,32 @@ public:
     SimulatedAlertSound alertSound;
     SimulatedThreads threads; // last: joined while everything else is still there
 
-    const Host host{
-        .clock = clock,
-        .threads = threads,
-        .mainThread = mainThread,
-        .timers = timers,
-        .driver = driver,
-        .session = session,
-        .accounts = accounts,
-        .processes = processes,
-        .installers = installers,
-        .volumes = volumes,
-        .codeSigning = codeSigning,
-        .authenticator = authenticator,
-        .notifications = notifications,
-        .notices = notices,
-        .windows = windows,
-        .workspace = workspace,
-        .processControl = processControl,
-        .alertSound = alertSound,
-    };
+    const Host host = hostWith(threads);
+
+    // The same machine, but that `launcher` starts its threads.
+    [[nodiscard]] Host hostWith(ThreadLauncher& launcher)
+    {
+        return {
+            .clock = clock,
+            .threads = launcher,
+            .mainThread = mainThread,
+            .timers = timers,
+            .driver = driver,
+            .session = session,
+            .accounts = accounts,
+            .processes = processes,
+            .installers = installers,
+            .volumes = volumes,
+            .codeSigning = codeSigning,
+            .authenticator = authenticator,
+            .notifications = notifications,
+            .notices = notices,
+            .windows = windows,
+            .workspace = workspace,
+            .processControl = processControl,
+            .alertSound = alertSound,
+        };
+    }
 
     // Moves the time, fires the timers that are due and runs what the main thread has to do.
     void advance(Clock::Duration duration)

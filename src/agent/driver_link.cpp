@@ -78,7 +78,7 @@ DriverStatus DriverLink::startDriverComms()
     if (!connection)
         return driverSuccess;
     {
-        const std::lock_guard lock(connectionLock_);
+        const MutexLock lock(connectionLock_);
         g_driverConnection = connection;
     }
     const DriverStatus status = serve(connection);
@@ -97,7 +97,7 @@ DriverStatus DriverLink::serve(const Connection& connection)
             "status poller", [this, connection] { filterStatusManager(connection); }))
         LOG_("driver link", "no thread for the status poller; the status will not be followed");
     {
-        const std::lock_guard lock(connectionLock_);
+        const MutexLock lock(connectionLock_);
         g_notifyPort = connection->createNotificationPort();
         if (g_notifyPort == 0 || connection->setNotificationPort(g_notifyPort) != driverSuccess)
             return driverUnreachable;
@@ -111,7 +111,7 @@ DriverStatus DriverLink::serve(const Connection& connection)
 
 DriverStatus DriverLink::openSession()
 {
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock lock(connectionLock_);
     SessionKey key{};
     const DriverStatus status = callLocked(METHOD_OPEN_SESSION, {}, key);
     if (status == driverSuccess)
@@ -122,7 +122,7 @@ DriverStatus DriverLink::openSession()
 void DriverLink::warnOfRefusedSession()
 {
     {
-        const std::lock_guard lock(connectionLock_);
+        const MutexLock lock(connectionLock_);
         if (std::exchange(g_connectWarning, true))
             return;
     }
@@ -137,14 +137,14 @@ void DriverLink::endConnection(const Connection& connection)
 {
     connection->close();
     {
-        const std::lock_guard lock(connectionLock_);
+        const MutexLock lock(connectionLock_);
         if (g_driverConnection == connection)
             g_driverConnection.reset();
         g_connected = false;
         g_notifyPort = 0;
     }
-    // Nobody is left to hear what the user would decide. The status goes first: whoever is woken by
-    // the cancellation takes it for the reason.
+    // Nobody is left to hear what the user would decide. The status is set first, because whoever
+    // the cancellation wakes reads it as the reason.
     filterStatus_.updateStatus(FILTER_DISABLED);
     broker_.cancelQuery();
 }
@@ -157,19 +157,19 @@ void DriverLink::closeConnection()
 
 DriverLink::Connection DriverLink::currentConnection() const
 {
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock lock(connectionLock_);
     return g_driverConnection;
 }
 
 bool DriverLink::isCurrent(const Connection& connection) const
 {
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock lock(connectionLock_);
     return g_driverConnection == connection;
 }
 
 bool DriverLink::isConnected() const
 {
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock lock(connectionLock_);
     return g_connected;
 }
 

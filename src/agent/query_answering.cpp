@@ -19,9 +19,9 @@ namespace vossel {
 namespace {
 
 constexpr Clock::Duration decisionTime = std::chrono::seconds(60);
-constexpr std::int64_t quiet = 2; // of "ui.prompts.while_locked"
+constexpr std::int64_t quiet = 2; // the value of "ui.prompts.while_locked" that asks nobody
 
-// What a denial covers that nobody chose: everything of the kind that was attempted.
+// A denial that nobody chose covers every operation of the kind that was attempted.
 std::int32_t operationsOfDenial(std::int32_t operation)
 {
     return operation == OPERATION_MOUNT
@@ -63,7 +63,7 @@ int DriverLink::handlePolicyQuery(const policy_query_message& message, const Con
     const std::int32_t status = filterStatus_.statusBarStatus();
     const bool quietWhileLocked = this->quietWhileLocked();
 
-    const std::lock_guard promptLock(g_promptLock);
+    const MutexLock promptLock(g_promptLock);
     if (!isCurrent(connection))
         return 0;
     user_prompt_response response{};
@@ -85,7 +85,7 @@ bool DriverLink::quietWhileLocked() const
     return valueForPreference(directories_, preference::promptsWhileLocked) == quiet;
 }
 
-// Without a session the system has no word on the screen: the user is asked then.
+// Without a session the system cannot say whether the screen is locked; the user is asked then.
 bool DriverLink::nobodyToAsk() const
 {
     const auto session = services_.session.current();
@@ -96,8 +96,8 @@ bool DriverLink::deliver(
     user_prompt_response& response, const policy_query& query, const Connection& connection)
 {
     response.security_token = query.security_token;
-    const std::lock_guard shared(g_sharedLock);
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock shared(g_sharedLock);
+    const MutexLock lock(connectionLock_);
     std::memcpy(response.skey, g_skey.data(), g_skey.size());
     if (g_driverConnection != connection)
         return false;

@@ -38,13 +38,13 @@ QMFirstRunWindowController::QMFirstRunWindowController(const WindowContext& cont
 void QMFirstRunWindowController::setDelegate(
     std::shared_ptr<QMFirstRunWindowControllerDelegate> delegate)
 {
-    const std::lock_guard lock(lock_);
+    const MutexLock lock(lock_);
     delegate_.swap(delegate); // the former one goes after the lock has been given up
 }
 
 std::shared_ptr<QMFirstRunWindowControllerDelegate> QMFirstRunWindowController::delegate() const
 {
-    const std::lock_guard lock(lock_);
+    const MutexLock lock(lock_);
     return delegate_;
 }
 
@@ -73,7 +73,7 @@ void QMFirstRunWindowController::close()
 void QMFirstRunWindowController::awakeFromNib()
 {
     {
-        const std::lock_guard lock(lock_);
+        const MutexLock lock(lock_);
         if (!std::exchange(initialize_, false))
             return;
     }

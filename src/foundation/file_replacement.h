@@ -27,10 +27,11 @@ public:
     // Creates the file where it is missing; its content stays. A symbolic link is refused (ELOOP),
     // as is a pipe that nobody reads (ENXIO).
     [[nodiscard]] int open();
-    // After open. Once one failed, commit leaves the old file, where it is not written in place.
+    // To be called after open(). When one fails, commit() fails, too, and leaves the old file as it
+    // was, unless that is written in place.
     [[nodiscard]] int append(std::string_view bytes);
-    // Puts the new content in place, with the mode; the old content gets the mode, too. Fails where
-    // something has failed before.
+    // Puts the new content in place, with the mode; the old content gets the mode, too. Fails when
+    // an earlier operation failed.
     [[nodiscard]] int commit();
 
 private:
@@ -43,10 +44,10 @@ private:
     unsigned mode_;
     UniqueFd file_; // the one that is replaced
     UniqueFd folder_;
-    UniqueFd beside_; // none: written in place
+    UniqueFd beside_; // none when the file is written in place
     std::string besideName_;
     bool regular_ = false;
-    int failure_ = 0; // the first one of what is written beside
+    int failure_ = 0; // the first error of writing beside the file
 };
 
 }

@@ -46,17 +46,17 @@ Result<std::string> readDescriptor(int fd, std::size_t limit, std::string_view n
 // Replaces the content of a file, creating it with `mode` where it is missing.
 Result<bool> writeFile(const std::string& path, std::string_view content, unsigned mode = 0644);
 
-// The pieces of a reading that must tell one failure from the other. Error numbers are errno's.
+// Parts of reading a file, for callers that handle one error unlike another. Errors are errno's.
 struct FileSize {
     std::uint64_t bytes = 0;
-    int error = 0; // not 0: there is no size
+    int error = 0; // when it is not 0, there is no size
 };
-// Of what a symbolic link points to.
+// A symbolic link is followed.
 [[nodiscard]] FileSize fileSize(const std::string& path);
 struct FileToRead {
     UniqueFd fd;
     std::uint64_t bytes = 0; // its size when it was opened
-    int error = 0; // not 0: not opened
+    int error = 0; // when it is not 0, the file is not open
 };
 // For reading; a symbolic link as the last component is refused with ELOOP.
 [[nodiscard]] FileToRead openRefusingLink(const std::string& path);

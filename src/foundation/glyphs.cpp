@@ -15,7 +15,7 @@ namespace vossel {
 
 namespace {
 
-constexpr unsigned mostMarks = 4;
+constexpr unsigned maxMarks = 4;
 
 struct Range {
     char32_t first;
@@ -60,7 +60,7 @@ const Characters& characters()
     return known;
 }
 
-// Has wcwidth(3), which there is for the thread's locale only, know every character meanwhile.
+// While it stands, the thread has a locale in which wcwidth(3) knows every character.
 class Utf8Locale {
 public:
     Utf8Locale()
@@ -107,10 +107,10 @@ std::string byteEscape(unsigned char byte)
 
 class GlyphMaker {
 public:
-    GlyphMaker(Charset charset, std::size_t mostGlyphs)
+    GlyphMaker(Charset charset, std::size_t maxGlyphs)
         : charset_(characters().locale ? charset : Charset::Ascii)
     {
-        glyphs_.reserve(mostGlyphs);
+        glyphs_.reserve(maxGlyphs);
     }
 
     void add(char32_t character, std::string_view bytes)
@@ -148,7 +148,7 @@ private:
     }
     [[nodiscard]] bool joins(char32_t character) const
     {
-        if (base_ == 0 || marks_ == mostMarks)
+        if (base_ == 0 || marks_ == maxMarks)
             return false;
         if (isIn(variationSelectors, character))
             return isIn(withVariants, base_);
@@ -156,8 +156,7 @@ private:
             return false;
         return isIn(laterJamo, character) ? isIn(leadingJamo, base_) : isCombining(character);
     }
-    // A mark with a column of its own, as some scripts have, stands behind a character all the
-    // same.
+    // In some scripts a mark has a column of its own; it needs a character before it all the same.
     [[nodiscard]] bool mustBeEscaped(char32_t character) const
     {
         return isIn(neverShown, character) || (base_ == 0 && isCombining(character));
@@ -165,8 +164,8 @@ private:
 
     Charset charset_;
     Glyphs glyphs_;
-    char32_t base_ = 0; // that marks may join; 0 for none
-    unsigned marks_ = 0; // on it
+    char32_t base_ = 0; // the character that marks may join; 0 when there is none
+    unsigned marks_ = 0; // how many marks that character has
 };
 
 }

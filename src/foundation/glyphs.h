@@ -8,8 +8,8 @@
 
 namespace vossel {
 
-// What can be shown of bytes from anywhere. Nothing here depends on the process's locale; any
-// thread.
+// Turns bytes from any source into characters that are safe to show. Nothing here depends on the
+// process's locale; any thread.
 
 enum class Charset : std::uint8_t { Utf8, Ascii };
 

@@ -15,7 +15,7 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t largestFile = std::size_t{16} << 20U; // 16 MiB
+constexpr std::size_t maxFileSize = std::size_t{16} << 20U; // 16 MiB
 
 struct NodeDeleter {
     void operator()(void* node) const { ::plist_free(node); }
@@ -54,7 +54,7 @@ Failure refusal(std::string_view reason)
 
 Result<PropertyListShape> check(std::string_view bytes, PropertyListFormat format)
 {
-    if (bytes.size() > largestFile)
+    if (bytes.size() > maxFileSize)
         return Failure{"over 16 MiB"};
     return format == PropertyListFormat::Binary ? checkBinaryPropertyList(bytes)
                                                 : checkXmlPropertyList(bytes);
@@ -273,7 +273,7 @@ private:
 
 Node NodeMaker::operator()(const PropertyList::Array& items) const
 {
-    if (depth_ > deepestPropertyList)
+    if (depth_ > maxPropertyListDepth)
         return nullptr;
     Node array(::plist_new_array());
     for (const auto& item : items) {
@@ -288,7 +288,7 @@ Node NodeMaker::operator()(const PropertyList::Array& items) const
 Node NodeMaker::operator()(const PropertyList::Dictionary& entries) const
 {
     const std::uint64_t keys = entries.size();
-    if (depth_ > deepestPropertyList || keys * keys > mostPropertyListKeyPairs
+    if (depth_ > maxPropertyListDepth || keys * keys > maxPropertyListKeyPairs
         || hasRepeatedKey(entries))
         return nullptr;
     Node dictionary(::plist_new_dict());
@@ -335,7 +335,7 @@ Result<PropertyList> parsePropertyList(std::string_view bytes)
 
 Result<PropertyList> readPropertyList(const std::string& path)
 {
-    const auto bytes = readFile(path, largestFile);
+    const auto bytes = readFile(path, maxFileSize);
     if (!bytes)
         return Failure{bytes.reason()};
     auto list = parsePropertyList(*bytes);

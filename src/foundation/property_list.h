@@ -62,8 +62,9 @@ public:
 
 enum class PropertyListFormat { Xml, Binary };
 
-// Containers inside each other; beyond this they are refused both ways, for the library recurses.
-inline constexpr int deepestPropertyList = 128;
+// How deeply containers may be nested. Deeper lists are neither read nor written, because the
+// library recurses.
+inline constexpr int maxPropertyListDepth = 128;
 
 // Both formats are recognised by their content. Fails on anything that is not wholly a property
 // list, on integers beyond 64 signed bits, texts with a NUL and repeated keys, and beyond these:

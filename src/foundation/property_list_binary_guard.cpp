@@ -14,7 +14,7 @@ constexpr std::size_t headerSize = 8;
 constexpr std::size_t trailerSize = 32;
 // What a value costs beside its bytes, so that one budget bounds both.
 constexpr std::uint64_t valueCost = 64;
-constexpr std::uint64_t largestCost = valueCost * mostPropertyListValues;
+constexpr std::uint64_t maxCost = valueCost * maxPropertyListValues;
 
 // The object table, checked depth first. Every step returns the reason why the list is refused, or
 // an empty view.
@@ -73,7 +73,7 @@ std::string_view BinaryGuard::check()
         return refused;
     if (const auto refused = visit(root_, 1); !refused.empty())
         return refused;
-    return objects_[root_].height > deepestPropertyList ? "nested too deep" : "";
+    return objects_[root_].height > maxPropertyListDepth ? "nested too deep" : "";
 }
 
 std::string_view BinaryGuard::readTrailer()
@@ -89,7 +89,7 @@ std::string_view BinaryGuard::readTrailer()
     if (offsetSize_ < 1 || offsetSize_ > 8 || referenceSize_ < 1 || referenceSize_ > 8)
         return "sizes that no list has";
     if (table < headerSize || table > trailer || count > (trailer - table) / offsetSize_
-        || count > mostPropertyListValues || root >= count)
+        || count > maxPropertyListValues || root >= count)
         return "an object table outside of the file";
     table_ = table;
     root_ = root;
@@ -207,7 +207,7 @@ std::string_view BinaryGuard::container(
 {
     // The recursion itself is bounded here; check() looks at the height, for values reached again
     // from further down are not visited again.
-    if (depth > deepestPropertyList)
+    if (depth > maxPropertyListDepth)
         return "nested too deep";
     object.height = 1;
     object.keys = keys;
@@ -225,7 +225,7 @@ std::string_view BinaryGuard::container(
         object.cost += below.cost;
         object.keys += below.keys;
         object.keyPairs += below.keyPairs;
-        if (object.cost > largestCost || object.keyPairs > mostPropertyListKeyPairs)
+        if (object.cost > maxCost || object.keyPairs > maxPropertyListKeyPairs)
             return "too many or too large values";
     }
     return {};

@@ -237,7 +237,7 @@ std::string_view XmlGuard::opening()
     const Open opened = {name, *element, 0, rest_.data()};
     if (empty)
         return close(opened, {});
-    if (opened.element <= Element::Dictionary && open_.size() > std::size_t{deepestPropertyList})
+    if (opened.element <= Element::Dictionary && open_.size() > std::size_t{maxPropertyListDepth})
         return "nested too deep";
     open_.push_back(opened);
     return {};
@@ -260,7 +260,7 @@ std::string_view XmlGuard::child(Element element)
     ++parent.children;
     if (keyDue)
         ++shape_.keys;
-    return ++values_ > mostPropertyListValues ? "too many values" : "";
+    return ++values_ > maxPropertyListValues ? "too many values" : "";
 }
 
 std::string_view XmlGuard::closing()
@@ -282,14 +282,14 @@ std::string_view XmlGuard::closing()
 std::string_view XmlGuard::close(const Open& closed, std::string_view content)
 {
     // The library moves the rest of a text once for each escape in it: half a second at this limit.
-    static constexpr double mostEscapeWork = 5e10;
+    static constexpr double maxEscapeWork = 5e10;
 
     switch (closed.element) {
     case Element::List:
         return closed.children == 1 ? "" : "no value";
     case Element::Dictionary:
         keyPairs_ += (closed.children / 2) * (closed.children / 2);
-        if (keyPairs_ > mostPropertyListKeyPairs)
+        if (keyPairs_ > maxPropertyListKeyPairs)
             return "too many keys";
         return closed.children % 2 == 0 ? "" : "a key without a value";
     case Element::Array:
@@ -298,7 +298,7 @@ std::string_view XmlGuard::close(const Open& closed, std::string_view content)
     case Element::String:
         escapeWork_ += static_cast<double>(std::count(content.begin(), content.end(), '&'))
             * static_cast<double>(content.size());
-        return escapeWork_ <= mostEscapeWork ? "" : "too many escapes in one text";
+        return escapeWork_ <= maxEscapeWork ? "" : "too many escapes in one text";
     case Element::Integer:
         return isInteger(trimmed(content)) ? "" : "an integer that is none or has over 64 bits";
     case Element::Real:

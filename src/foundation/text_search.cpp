@@ -63,7 +63,7 @@ private:
 };
 
 // The library counts in 32 bits, and folding makes text longer. Nobody reads names of that length.
-constexpr std::size_t mostBytes = std::size_t{16} * 1024 * 1024;
+constexpr std::size_t maxBytes = std::size_t{16} * 1024 * 1024;
 
 void checkOutcome(UErrorCode outcome)
 {
@@ -124,7 +124,7 @@ std::string caseFolded(std::string_view text)
         return folded;
     }
     auto valid = toValidUtf8(text); // the library would keep what is invalid
-    if (valid.size() > mostBytes)
+    if (valid.size() > maxBytes)
         return valid;
     const auto length = static_cast<std::int32_t>(valid.size());
     icu::StringByteSink<std::string> sink(&folded, length);
@@ -136,7 +136,7 @@ std::string caseFolded(std::string_view text)
 
 TextSearch::TextSearch(std::string_view needle, std::string_view locale)
     : dotlessI_(hasDotlessI(std::string(locale)))
-    , needle_(normalised(needle.substr(0, mostBytes)))
+    , needle_(normalised(needle.substr(0, maxBytes)))
 {
     for (const auto unit : needle_) {
         const bool dotless = dotlessI_ && unit == u'\u0131';
@@ -154,7 +154,7 @@ bool TextSearch::foundIn(std::string_view text) const
         return true;
     if (isAscii(text))
         return !asciiNeedle_.empty() && foundInAscii(text);
-    if (text.size() > mostBytes)
+    if (text.size() > maxBytes)
         return false;
     const auto searched = normalised(text);
     for (auto at = searched.find(needle_); at != std::u16string_view::npos;

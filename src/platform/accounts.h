@@ -16,7 +16,7 @@ public:
     virtual ~Accounts() = default;
 
     [[nodiscard]] virtual UserId realUserId() const = 0;
-    // Of the real user; a user without an account is called by their number and lives in "/".
+    // The real user's. A user without an account is called by their number and lives in "/".
     [[nodiscard]] virtual std::string loginName() const = 0;
     // Without a trailing "/".
     [[nodiscard]] virtual std::string homeDirectory() const = 0;

@@ -4,8 +4,8 @@
 
 namespace vossel {
 
-// Proof that the person at the machine is an administrator. Each call blocks until it is known, and
-// answers false for every failure.
+// Proof that the person at the machine is an administrator. Each call
+// blocks until that is known, and returns false for every failure.
 class Authenticator {
 public:
     virtual ~Authenticator() = default;

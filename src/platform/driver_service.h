@@ -35,7 +35,7 @@ public:
     // Has the driver send its notifications to `port`, from now on and only there.
     [[nodiscard]] virtual DriverStatus setNotificationPort(PortName port) = 0;
 
-    // Waits for the next notification, a whole message of any size up to the largest packet. False
+    // Waits for the next notification, a whole message of at most a packet's size. False
     // when the connection has ended.
     [[nodiscard]] virtual bool receive(std::vector<std::byte>& message) = 0;
 

@@ -11,7 +11,7 @@ namespace vossel {
 
 // A notification that the user may act on.
 struct UserNotification {
-    std::string identifier; // of our own making; empty: the centre gives it one
+    std::string identifier; // the centre makes one where it is empty
     std::string title;
     std::string informativeText;
     std::optional<std::string> actionButtonTitle;

@@ -6,13 +6,13 @@
 
 namespace vossel {
 
-// Where the person at the machine is asked for what must not be kept: a password, a code. Shown
-// beside the prompts by whoever shows those. Main thread only; one question at a time. No call
-// calls back before it has returned.
+// Where the person at the machine is asked for what must not be kept: a password, a code. The
+// front end that shows the prompts shows the question, too. Main thread only; one question at a
+// time. No operation calls `answer` before it has returned.
 class PersonQuestion {
 public:
-    // Called once; nothing for a person who would not say. What comes is wiped by whoever takes it,
-    // every other copy by whoever made it.
+    // Called once, with nothing when the person would not say. Who takes the answer wipes it; who
+    // made another copy wipes that.
     using Answer = std::function<void(std::optional<std::string>)>;
 
     virtual ~PersonQuestion() = default;

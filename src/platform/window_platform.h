@@ -8,7 +8,8 @@ namespace vossel {
 // A window system that windows can be shown on.
 struct WindowPlatform {
     std::string name; // as the toolkit calls it
-    // Kept until the toolkit has one of its own: a display server without any may begin anew.
+    // Held until the toolkit has a connection of its own, because a display server may reset
+    // itself when its last connection ends.
     std::shared_ptr<void> connection{};
 };
 

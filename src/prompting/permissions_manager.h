@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/mutex.h"
 #include "platform/host.h"
 #include "platform/notifications.h"
 #include "prompting/alert_message.h"
@@ -13,7 +14,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace vossel {
@@ -22,8 +22,9 @@ class NotificationRoutes;
 class PopUpButton;
 class UserChecks;
 
-// The broker between a query and the user: chooses the prompt, opens it, turns the decision into a
-// response and wakes the thread that waits. One query at a time; its caller sees to that.
+// Owns the open prompt and the wait that it answers: chooses the prompt, opens it, turns the
+// decision into a response and wakes the thread that waits. It must not own a connection to the
+// driver, nor call one. It handles one query at a time; its caller sees to that.
 //
 // Threads: the prompts, what they report and what is forwarded to them belong to the main thread.
 // The query's thread, the driver loop and a rule import call the operations of the first two
@@ -132,8 +133,8 @@ private:
     PromptFactory* factory_ = nullptr;
     NotificationRoutes* routes_ = nullptr;
 
-    mutable std::mutex mutex_;
-    std::shared_ptr<QueryWait> pendingCondition_; // guarded by mutex_; the latest query's
+    mutable Mutex mutex_;
+    std::shared_ptr<QueryWait> pendingCondition_ VOSSEL_GUARDED_BY(mutex_); // the latest query's
 
     std::atomic<bool> isPresenting_ = false; // written by the main thread
 

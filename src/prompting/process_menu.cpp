@@ -11,7 +11,7 @@ namespace vossel {
 
 namespace {
 
-constexpr int mostAncestors = 10;
+constexpr int maxAncestors = 10;
 
 // The system's own services act for whoever started them, so that alone they are no useful scope.
 bool isSystemProgram(std::string_view executable)
@@ -34,7 +34,7 @@ void addAncestors(ProcessMenu& menu, std::int32_t nearest, const Processes& proc
 {
     // The count also ends a walk through a table that changes meanwhile and shows a circle.
     auto pid = nearest;
-    for (int count = 0; pid >= 2 && count < mostAncestors; ++count) {
+    for (int count = 0; pid >= 2 && count < maxAncestors; ++count) {
         const auto id = static_cast<std::uint32_t>(pid);
         auto path = processes.executablePath(id);
         if (path.empty())

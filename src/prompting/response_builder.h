@@ -11,7 +11,7 @@ namespace vossel {
 // What a prompt hands over.
 struct PromptDecision {
     std::int32_t decision = DECISION_DENY;
-    // A choice of the path list; none: the query's own path.
+    // One of the path choices. Without one the response has the query's own path.
     std::optional<std::string> selectedPath;
     std::int64_t duration = DURATION_ONCE;
     std::int32_t processType = PROCESS_NONE;

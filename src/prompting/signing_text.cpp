@@ -9,7 +9,7 @@ namespace vossel {
 
 namespace {
 
-// Of exactly three fields the third; otherwise all there is.
+// The third field where there are exactly three; otherwise the whole text.
 std::string_view signerText(std::string_view fields)
 {
     if (!isValidUtf8(fields))

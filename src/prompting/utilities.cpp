@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t comparedPathBytes = 1024;
 
 // Points.
-constexpr float smallestShrunkFont = 12;
+constexpr float minShrunkFontSize = 12;
 constexpr float fontStep = 0.5F;
 
 std::optional<int> hexDigit(char character)
@@ -104,7 +104,7 @@ void Utilities::adjustFontSizeToFitWidth(TextField& field) const
 {
     const Rect given = field.frame();
     field.sizeToFit(services_.windows);
-    while (field.fontSize() > smallestShrunkFont && field.frame().width > given.width) {
+    while (field.fontSize() > minShrunkFontSize && field.frame().width > given.width) {
         field.setFontSize(field.fontSize() - fontStep);
         field.sizeToFit(services_.windows);
     }

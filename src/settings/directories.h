@@ -5,8 +5,9 @@
 
 namespace vossel {
 
-// Every fixed path of the product, named once. A prefix moves the whole layout below a folder;
-// comparisons with the product's own paths follow it. Folder paths end in "/". An immutable value.
+// Owns every fixed path of the product, named once; it opens no file. A prefix moves the whole
+// layout below a folder; comparisons with the product's own paths follow it. Folder paths end in
+// "/". An immutable value.
 class Directories {
 public:
     // `prefix` without a trailing "/"; empty for the real layout.

@@ -10,7 +10,8 @@ class Accounts;
 // membership in the administrators' group.
 [[nodiscard]] bool isAdministrator(const Accounts& accounts);
 
-// Who the user is and what they may do; answered afresh at each call, from any thread.
+// Says who the user is and what they may do, afresh at each call, from any thread. It must not keep
+// an answer, for the system may change it.
 class UserChecks {
 public:
     UserChecks(const Accounts& accounts, const Directories& directories)

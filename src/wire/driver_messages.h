@@ -5,8 +5,9 @@
 #include <cstring>
 #include <string_view>
 
-// The records exchanged with the driver. All integers are little-endian; all character arrays are
-// byte strings that end at their first NUL or, where a driver forgot it, at the end of the array.
+// The layout of the records exchanged with the driver, and nothing that acts on them. All integers
+// are little-endian; all character arrays are byte strings that end at their first NUL or, where a
+// driver forgot it, at the end of the array.
 
 namespace vossel {
 

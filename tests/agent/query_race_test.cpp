@@ -53,14 +53,9 @@ TEST(QueryRace, HasOneWinnerAndOneResponseForEachQuery)
     agent.chooseAdvancedPrompts();
     SimulatedHost& machine = agent.host;
     OneWorker worker;
-    const Host& simulated = machine.host;
-    const Host host{simulated.clock, worker, simulated.mainThread, simulated.timers,
-        simulated.driver, simulated.session, simulated.accounts, simulated.processes,
-        simulated.installers, simulated.volumes, simulated.codeSigning, simulated.authenticator,
-        simulated.notifications, simulated.notices, simulated.windows, simulated.workspace,
-        simulated.processControl, simulated.alertSound};
     FilterStatus status;
-    DriverLink link{host, agent.directories, agent.userChecks, status, agent.broker};
+    DriverLink link{
+        machine.hostWith(worker), agent.directories, agent.userChecks, status, agent.broker};
 
     std::array<std::atomic<std::uint32_t>, 4> codes{};
     std::atomic<std::uint32_t> delivered = 0;

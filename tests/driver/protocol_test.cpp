@@ -1,6 +1,5 @@
 #include "desk_fixture.h"
 #include "driver/desk/agent_policy.h"
-#include "driver/server/driver_socket.h"
 
 #include <sys/stat.h>
 
@@ -65,7 +64,19 @@ TEST_F(Protocol, RefusesEveryMalformedPacketAndChangesNothing)
     EXPECT_EQ(descriptors(), before) << "every descriptor that nobody asked for is closed";
     EXPECT_EQ(agent.call(METHOD_FILTER_STATUS, agent.key), CALL_DONE) << "the session lives on";
     EXPECT_EQ(outcomes, "");
-    reply(agent, "/g/a", test::answer(DECISION_ALLOW, "/g/a"));
+    reply(agent, "/g/a", DECISION_ALLOW);
+}
+
+TEST_F(Protocol, AnswersWhatWasSentBeforeTheEndOfSending)
+{
+    TestAgent agent = start();
+    agent.send(PACKET_CALL, METHOD_FILTER_STATUS, {}, {}, 0); // says nothing
+    agent.send(PACKET_CALL, METHOD_FILTER_STATUS, agent.key, {});
+    ASSERT_EQ(::shutdown(agent.socket.get(), SHUT_WR), 0);
+    EXPECT_EQ(agent.status(), CALL_BAD_REQUEST);
+    EXPECT_EQ(agent.status(), CALL_DONE);
+    EXPECT_EQ(agent.status(), -1);
+    EXPECT_TRUE(driver->server.clients().empty());
 }
 
 TEST_F(Protocol, TakesTheNewestKeyAlone)
@@ -81,16 +92,15 @@ TEST_F(Protocol, TakesTheNewestKeyAlone)
     Bytes almost = agent.key;
     almost.back() ^= 1;
     ask("a", "/g/a");
-    const std::uint32_t query = agent.nextQuery().security_token;
+    const std::uint32_t query = agent.nextToken();
     const Bytes newest = agent.key;
     for (const Bytes& key : {first, almost, newest}) {
         const std::int32_t status = key == newest ? CALL_DONE : CALL_BAD_KEY;
         agent.key = key;
         EXPECT_EQ(agent.respond({}, query), status);
-        EXPECT_EQ(agent.call(METHOD_RELOAD_RULES, key), status);
-        EXPECT_EQ(agent.call(METHOD_RELOAD_QUIET, key), status);
-        EXPECT_EQ(agent.call(METHOD_FILTER_STATUS, key), status);
-        EXPECT_EQ(agent.call(METHOD_STOP_FILTER, key), status);
+        for (const MethodSelector method :
+            {METHOD_RELOAD_RULES, METHOD_RELOAD_QUIET, METHOD_FILTER_STATUS, METHOD_STOP_FILTER})
+            EXPECT_EQ(agent.call(method, key), status) << method;
     }
     EXPECT_EQ(agent.call(METHOD_FILTER_STATUS, newest), CALL_NOT_FILTERING);
     EXPECT_EQ(outcomes, "a+");
@@ -107,9 +117,9 @@ TEST_F(Protocol, KeepsAReleasedPortOpenUntilItIsReplaced)
     char byte;
     EXPECT_EQ(::recv(released.get(), &byte, 1, MSG_DONTWAIT), 0);
     ask("a", "/g/a");
-    EXPECT_NE(agent.nextQuery().security_token, 0u);
+    EXPECT_NE(agent.nextToken(), 0u);
     EXPECT_EQ(agent.registerPort(), CALL_DONE);
-    EXPECT_NE(agent.nextQuery().security_token, 0u) << "on the new port again";
+    EXPECT_NE(agent.nextToken(), 0u) << "on the new port again";
 }
 
 TEST_F(Protocol, NeverWaitsForAnAgentThatDoesNotRead)
@@ -137,49 +147,24 @@ TEST_F(Protocol, BoundsTheConnectionsOfAUser)
         return driver->server.clients().size();
     };
     static_cast<void>(::seteuid(4711)); // where this is root, whose connections are not counted
-    EXPECT_EQ(connect(20), SessionServer::mostConnectionsPerUser);
+    EXPECT_EQ(connect(20), SessionServer::maxConnectionsPerUser);
     static_cast<void>(::seteuid(::getuid()));
     if (::getuid() == 0) {
-        EXPECT_EQ(connect(250), SessionServer::mostConnections);
+        EXPECT_EQ(connect(250), SessionServer::maxConnections);
     }
     EXPECT_EQ(agents[0].openSession(), CALL_DONE) << "who came in time is served";
 }
 
-TEST(DriverSocket, IsTakenOverOnlyWhenNobodyAnswers)
-{
-    const test::TemporaryDirectory folder;
-    // An address holds no path as long as the second.
-    for (const std::string& prefix : {folder / "short", folder / std::string(200, 'p')}) {
-        const std::string path = prefix + "/run/VosselDriver.sock";
-        {
-            const Result<UniqueFd> listening = listenAt(path);
-            ASSERT_TRUE(listening) << listening.reason();
-            EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0666));
-            EXPECT_NE(listenAt(path).reason().find("another driver"), std::string::npos);
-        }
-        EXPECT_TRUE(listenAt(path)) << "a dead driver left its socket";
-    }
-    ASSERT_TRUE(writeFile(folder / "file", "kept"));
-    EXPECT_FALSE(listenAt(folder / "file"));
-    EXPECT_FALSE(listenAt(folder / std::string(120, 'x')));
-    EXPECT_TRUE(fileExists(folder / "file"));
-}
-
 TEST(AgentPolicy, RanksAgents)
 {
+    using enum AgentRank;
     const struct {
         uid_t agent, process;
         std::optional<uid_t> configured;
         AgentRank rank;
-    } rows[] = {
-        {1000, 1001, 1000, AgentRank::ConfiguredUser},
-        {0, 1001, 1000, AgentRank::Root},
-        {0, 1001, 0, AgentRank::ConfiguredUser},
-        {1001, 1001, 1000, AgentRank::SameUser},
-        {1001, 1001, std::nullopt, AgentRank::SameUser},
-        {1001, 1002, 1000, AgentRank::None},
-        {1001, 0, std::nullopt, AgentRank::None},
-    };
+    } rows[] = {{1000, 1001, 1000, ConfiguredUser}, {0, 1001, 1000, Root},
+        {0, 1001, 0, ConfiguredUser}, {1001, 1001, 1000, SameUser}, {1001, 1001, {}, SameUser},
+        {1001, 1002, 1000, None}, {1001, 0, {}, None}};
     for (const auto& row : rows)
         EXPECT_EQ(agentRank(row.agent, row.process, row.configured), row.rank)
             << row.agent << " about " << row.process;

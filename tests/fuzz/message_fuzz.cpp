@@ -9,13 +9,14 @@
 #include "prompting/process_menu.h"
 #include "prompting/response_builder.h"
 #include "prompting/signing_text.h"
+#include "require.h"
 #include "user/user_checks.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 using namespace vossel;
+using test::require;
 
 namespace {
 
@@ -31,24 +32,18 @@ struct Machine {
     Machine() { host.threads.refuse(true); }
 };
 
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-
 void readQuery(const Machine& machine, const policy_query& received)
 {
     for (const bool flag : {false, true}) {
         const PathHierarchy paths = constructPathHierarchy(received, {"/Users/ann", flag, !flag});
         const auto count = static_cast<std::int64_t>(paths.choices.size());
-        require(paths.recommendedPathIndex < count && paths.recommendedPathIndex >= -1);
-        require((count == 0) == (paths.recommendedPathIndex == -1));
+        require(paths.recommendedPathIndex < count, "a choice beyond the last is recommended");
+        require(paths.recommendedPathIndex >= (count == 0 ? -1 : 0), "no choice is recommended");
 
         policy_query query = received;
         const AlertMessage message
             = buildAlertMessage(query, {flag, "/Users/ann", machine.directories});
-        require(!message.sentence.empty());
+        require(!message.sentence.empty(), "nothing is said");
 
         PromptDecision decision;
         if (count > 0)
@@ -56,13 +51,15 @@ void readQuery(const Machine& machine, const policy_query& received)
                 = paths.choices[static_cast<std::size_t>(paths.recommendedPathIndex)];
         decision.processType = received.operation % 7;
         const auto response = buildResponse(query, decision);
-        require(std::memchr(response.path, 0, sizeof response.path));
-        require(std::memchr(response.user_data, 0, sizeof response.user_data));
+        require(std::memchr(response.path, 0, sizeof response.path)
+                && std::memchr(response.user_data, 0, sizeof response.user_data),
+            "a text of the response has no end");
     }
     const ProcessMenu menu
         = buildProcessMenu(received, machine.host.processes, machine.host.installers);
     require(menu.recommendedIndex > 0
-        && menu.recommendedIndex < static_cast<std::int64_t>(menu.items.size()));
+            && menu.recommendedIndex < static_cast<std::int64_t>(menu.items.size()),
+        "no process is recommended");
     (void)checkCodesign(received);
     (void)manicureAppPathForQuery(received);
 }

@@ -1,12 +1,12 @@
 #include "hosts/linux/driver_service.h"
+#include "hosts/linux/packet.h"
+#include "hosts/linux/packet_socket.h"
 #include "support/temporary_directory.h"
 #include "wire/driver_messages.h"
-#include "wire/driver_transport.h"
 
 #include <gtest/gtest.h>
 
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -23,8 +23,7 @@ using namespace std::chrono_literals;
 
 void post(const UniqueFd& port, std::string_view message)
 {
-    EXPECT_EQ(::send(port.get(), message.data(), message.size(), MSG_NOSIGNAL),
-        static_cast<ssize_t>(message.size()));
+    EXPECT_EQ(sendPacket(port.get(), {std::as_bytes(std::span(message))}), Sent::Yes);
 }
 
 // A connection whose other end the test plays.
@@ -38,26 +37,25 @@ protected:
 
     void connect(Clock::Duration timeout = 5s)
     {
-        int ends[2] = {-1, -1};
-        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
-        ours = ends[0];
-        connection = LinuxDriverConnection::create(UniqueFd(ours), timeout);
-        driver.reset(ends[1]);
+        UniqueFd end;
+        std::tie(end, driver) = socketPair();
+        ours = end.get();
+        connection = LinuxDriverConnection::create(std::move(end), timeout);
     }
     Call next() const
     {
+        pollfd coming = {driver.get(), POLLIN, 0};
+        ::poll(&coming, 1, 20000);
+        Packet packet = receivePacket(driver.get());
         Call call;
-        char input[largestPacket] = {};
-        alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-        iovec pieces[] = {{&call.header, sizeof call.header}, {input, sizeof input}};
-        msghdr message = {nullptr, 0, pieces, 2, control, sizeof control, 0};
-        const auto size = ::recvmsg(driver.get(), &message, MSG_CMSG_CLOEXEC);
-        if (size > static_cast<ssize_t>(sizeof call.header))
-            call.input.assign(input, static_cast<std::size_t>(size) - sizeof call.header);
-        int fd = -1;
-        if (const cmsghdr* rights = CMSG_FIRSTHDR(&message))
-            std::memcpy(&fd, CMSG_DATA(rights), sizeof fd);
-        call.port.reset(fd);
+        if (packet.bytes.size() >= sizeof call.header) {
+            std::memcpy(&call.header, packet.bytes.data(), sizeof call.header);
+            call.input.assign(
+                reinterpret_cast<const char*>(packet.bytes.data()) + sizeof call.header,
+                packet.bytes.size() - sizeof call.header);
+        }
+        if (!packet.descriptors.empty())
+            call.port = std::move(packet.descriptors.front());
         return call;
     }
     void reply(std::int32_t status, std::string_view output = {}) const
@@ -118,9 +116,9 @@ protected:
 TEST_F(DriverConnectionTest, CallsCarryTheirBytesAndEveryStatusBothWays)
 {
     connect();
-    EXPECT_EQ(call(got, std::string(largestPacket - 7, 'x')), driverUnreachable)
+    EXPECT_EQ(call(got, std::string(maxPacketSize - 7, 'x')), driverUnreachable)
         << "what fits no packet is not sent and harms nothing";
-    const std::string most(largestPacket - sizeof(CallHeader), 'x');
+    const std::string most(maxPacketSize - sizeof(CallHeader), 'x');
     for (const auto& [input, status, output] : {std::tuple(std::string("in"), 0, "full"),
              {most, 0, "few"}, {"", -536870212, ""}, {"in", 5, "part"}}) {
         const std::jthread answer = onCall([&, in = input, s = status, o = output](Call& asked) {
@@ -162,14 +160,9 @@ TEST_F(DriverConnectionTest, ALyingDriverEndsTheConnection)
     reply(0, "fake"); // before the call
     EXPECT_EQ(call(got), driverUnreachable);
     EXPECT_EQ(got, "");
-}
-
-// A driver that takes nothing out fills the socket: sending is bounded too.
-TEST_F(DriverConnectionTest, AFullSocketEndsInTime)
-{
-    connect(20ms);
-    const std::string packet(8000, 'x');
-    while (::send(ours, packet.data(), packet.size(), MSG_DONTWAIT) > 0) { }
+    connect(20ms); // a driver that takes nothing out fills the socket
+    const std::vector<std::byte> packet(8000);
+    while (sendPacket(ours, {packet}) == Sent::Yes) { }
     EXPECT_EQ(call(got), driverUnreachable);
 }
 
@@ -180,11 +173,11 @@ TEST_F(DriverConnectionTest, AllThatTheDriverSaidIsHeardBeforeItsEnd)
         UniqueFd port = setPort();
         post(port, "one");
         post(port, ""); // no message at all
-        post(port, std::string(largestPacket + 1, 'x'));
-        post(port, std::string(largestPacket, 'y'));
+        post(port, std::string(maxPacketSize + 1, 'x'));
+        post(port, std::string(maxPacketSize, 'y'));
         portFirst ? port.reset() : driver.reset();
         EXPECT_EQ(received(), "one");
-        EXPECT_EQ(received(), std::string(largestPacket, 'y'));
+        EXPECT_EQ(received(), std::string(maxPacketSize, 'y'));
         EXPECT_EQ(received(), "(end)");
     }
 }
@@ -254,8 +247,8 @@ TEST_F(DriverConnectionTest, EverythingAtOnce)
             Call asked = next();
             if (asked.port)
                 port = std::move(asked.port);
-            if (port)
-                static_cast<void>(::send(port.get(), "note", 4, MSG_NOSIGNAL | MSG_DONTWAIT));
+            if (port) // full, where the test is slow
+                static_cast<void>(sendPacket(port.get(), {std::as_bytes(std::span("note", 4))}));
             reply(0, asked.input);
         }
         driver.reset();
@@ -281,22 +274,18 @@ class DriverServiceTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
         EXPECT_EQ(service.match(), DriverService::Match::None);
         EXPECT_EQ(service.open(), nullptr);
-        const auto* at = reinterpret_cast<const sockaddr*>(&address);
-        ASSERT_EQ(::bind(listener.get(), at, sizeof address), 0);
+        auto listening = listenAt(path);
+        ASSERT_TRUE(listening) << listening.reason();
+        listener = *std::move(listening);
         EXPECT_EQ(service.match(), DriverService::Match::Found);
-        EXPECT_EQ(service.open(), nullptr) << "nobody listens yet";
-        ASSERT_EQ(::listen(listener.get(), 4), 0);
     }
 
     const test::TemporaryDirectory folder;
     const std::string path = folder / "s";
     LinuxDriverService service{path};
-    UniqueFd listener{::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)};
+    UniqueFd listener;
 };
 
 TEST_F(DriverServiceTest, FindsAndOpensItsSocketHoweverLongThePath)
@@ -306,6 +295,8 @@ TEST_F(DriverServiceTest, FindsAndOpensItsSocketHoweverLongThePath)
     std::filesystem::create_directories(deep);
     std::filesystem::rename(path, deep + "/s"); // a socket that is moved keeps listening
     EXPECT_NE(LinuxDriverService(deep + "/s").open(), nullptr);
+    listener.reset();
+    EXPECT_EQ(LinuxDriverService(deep + "/s").open(), nullptr) << "nobody listens any more";
     EXPECT_EQ(LinuxDriverService(deep).match(), DriverService::Match::Failed);
 }
 
@@ -317,6 +308,26 @@ TEST_F(DriverServiceTest, RefusesADriverOfAnotherUser)
         ASSERT_EQ(::chown(path.c_str(), owner, 0), 0);
         EXPECT_EQ(service.open() != nullptr, owner == 0) << owner;
     }
+}
+
+TEST(PacketSocketTest, IsTakenOverOnlyWhenNobodyAnswers)
+{
+    const test::TemporaryDirectory folder;
+    // An address holds no path as long as the second.
+    for (const std::string& prefix : {folder / "short", folder / std::string(200, 'p')}) {
+        const std::string path = prefix + "/run/VosselDriver.sock";
+        {
+            const Result<UniqueFd> listening = listenAt(path);
+            ASSERT_TRUE(listening) << listening.reason();
+            EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0666));
+            EXPECT_NE(listenAt(path).reason().find("another driver"), std::string::npos);
+        }
+        EXPECT_TRUE(listenAt(path)) << "a dead driver left its socket";
+    }
+    ASSERT_TRUE(writeFile(folder / "file", "kept"));
+    EXPECT_FALSE(listenAt(folder / "file"));
+    EXPECT_FALSE(listenAt(folder / std::string(120, 'x')));
+    EXPECT_TRUE(fileExists(folder / "file"));
 }
 
 }

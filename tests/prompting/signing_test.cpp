@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 namespace vossel {
 namespace {
 
@@ -22,7 +24,8 @@ TEST(SigningText, ShowsTheSignerWhereTheStateLeavesRoom)
         EXPECT_EQ(checkCodesign(query), (SigningText{text, state}));
     }
     query.reserved1 = CODE_SIGN_VALID;
-    test::fillArray(query.reserved2, 's', "a\tb\t");
+    storeText(query.reserved2, "a\tb\t");
+    std::memset(query.reserved2 + 4, 's', sizeof query.reserved2 - 4); // behind two tabs, no NUL
     query.reserved2[127] = '\xc3'; // the array's end cuts a character in two
     EXPECT_EQ(checkCodesign(query).text, "Unknown Codesign State");
 }

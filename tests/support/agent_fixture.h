@@ -8,6 +8,7 @@
 #include "prompting/permissions_manager.h"
 #include "settings/directories.h"
 #include "support/fake_prompts.h"
+#include "support/queries.h"
 #include "support/temporary_directory.h"
 #include "user/user_checks.h"
 
@@ -48,14 +49,11 @@ struct AgentFixture {
 [[nodiscard]] inline policy_query makeQuery(
     std::string_view path, std::int32_t operation = OPERATION_READ, std::uint32_t token = 7)
 {
-    policy_query query{};
+    policy_query query = queryFor(path, operation, "/usr/bin/editor");
     query.pid = 4242;
-    query.operation = operation;
     query.security_token = token;
     query.constraint_type = 5;
     query.reserved1 = CODE_SIGN_VALID;
-    storeText(query.path, path);
-    storeText(query.process_name, "/usr/bin/editor");
     return query;
 }
 

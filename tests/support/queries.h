@@ -2,18 +2,9 @@
 
 #include "wire/driver_messages.h"
 
-#include <cstring>
 #include <string_view>
 
 namespace vossel::test {
-
-// Fills an array to its last byte, without a NUL, from `start` on and then with `filler`.
-template <std::size_t N>
-void fillArray(char (&array)[N], char filler, std::string_view start = {})
-{
-    std::memset(array, filler, N);
-    start.copy(array, N);
-}
 
 [[nodiscard]] inline policy_query queryFor(std::string_view path,
     std::int32_t operation = OPERATION_READ, std::string_view program = "/opt/Notes",

@@ -22,19 +22,21 @@ struct User : ::testing::Test {
 TEST_F(User, IsAnAdministratorOnlyOnTheSystemsWord)
 {
     const struct {
+        const char* name;
         UserId user;
         std::optional<GroupId> group;
         std::optional<bool> member;
         bool administrator;
-    } rows[] = {{501, 80, true, true}, {501, 80, false, false}, {501, 80, std::nullopt, false},
-        {501, std::nullopt, true, false}, {0, 80, true, false}};
+    } rows[] = {{"member", 501, 80, true, true}, {"no member", 501, 80, false, false},
+        {"unknown", 501, 80, {}, false}, {"no group", 501, {}, true, false},
+        {"root", 0, 80, true, false}};
     for (const auto& row : rows) {
         host.accounts.facts.with([&](auto& facts) {
             facts.realUserId = row.user;
             facts.administratorsGroup = row.group;
             facts.isAdministrator = row.member;
         });
-        EXPECT_EQ(checks.isAdminUser(), row.administrator) << &row - rows;
+        EXPECT_EQ(checks.isAdminUser(), row.administrator) << row.name;
         EXPECT_EQ(checks.isRoot(), row.user == 0);
     }
 }

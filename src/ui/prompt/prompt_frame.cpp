@@ -8,6 +8,7 @@
 #include "settings/preferences.h"
 #include "user/authentication.h"
 #include "user/user_checks.h"
+#include "wire/pseudo_paths.h"
 
 #include <utility>
 
@@ -179,10 +180,9 @@ bool PromptFrame::authenticate()
 
 bool cutPacketCapturePath(policy_query& query)
 {
-    static constexpr std::string_view packetCapture = "/dev/bpf";
-    if (!textOf(query.path).starts_with(packetCapture))
+    if (!isPacketCaptureDevice(textOf(query.path)))
         return false;
-    storeText(query.path, packetCapture);
+    storeText(query.path, packetCaptureDevices);
     return true;
 }
 

@@ -8,7 +8,7 @@
 
 namespace vossel {
 
-// Of a duration's code: "Until restart". Empty for a code that is none.
+// The title of a duration's code, as "Until restart"; empty for a code that is none.
 [[nodiscard]] std::string_view durationTitle(std::int32_t code);
 
 // The same for a choice that has little room: "Until it quits".
