@@ -67,7 +67,7 @@ void BenchDriver::acceptAgent(bool filtering)
 
 bool BenchDriver::serveCall()
 {
-    std::vector<std::byte> buffer(largestPacket);
+    std::vector<std::byte> buffer(maxPacketSize);
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))];
     iovec span{buffer.data(), buffer.size()};
     msghdr packet{};

@@ -91,7 +91,7 @@ private:
         simulated.codeSigning, simulated.authenticator, simulated.notifications, simulated.notices,
         simulated.windows, simulated.workspace, simulated.processControl, simulated.alertSound};
     simulated.accounts.makeAdministrator(); // advanced prompts
-    const UserChecks checks{host, directories};
+    const UserChecks checks{host.accounts, directories};
     PermissionsManager broker{host, directories, checks};
     FilterStatus status;
     InstantPresenter presenter{mainThread};

@@ -8,8 +8,8 @@
 
 namespace vossel {
 
-// A program as decisions know it. A path alone is anybody's claim: in a mount namespace of its own
-// a process can run its own file under any name.
+// A program as decisions know it. A path alone proves nothing: in a mount namespace of its own a
+// process can run its own file under any name.
 struct Program {
     std::string path; // empty: not readable (a kernel thread)
     bool native = false; // whether `path`, as the driver sees it, leads to this very file

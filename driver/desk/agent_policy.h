@@ -14,8 +14,8 @@ enum class AgentRank { None, SameUser, Root, ConfiguredUser };
 [[nodiscard]] AgentRank agentRank(
     uid_t agentUser, uid_t processUser, std::optional<uid_t> configuredUser);
 
-// The highest rank that `accepts` takes among the clients that receive notifications; among equals
-// the port registered last. Null when there is none.
+// The client with the highest rank among those that receive notifications; among equals the one
+// that registered its port last. Null when all have the rank None.
 [[nodiscard]] UserClient* chooseAgent(
     const SessionServer& server, const std::function<AgentRank(const UserClient&)>& rankOf);
 

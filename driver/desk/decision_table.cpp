@@ -13,10 +13,9 @@ bool stillHolds(const HeldDecision& decision)
 
 bool hasSameScope(const HeldDecision& a, const HeldDecision& b)
 {
-    return a.operations == b.operations && a.pathType == b.pathType && a.path == b.path
-        && a.fileId == b.fileId && a.scope == b.scope && a.sameVersion == b.sameVersion
-        && a.program == b.program && a.parent == b.parent && a.ancestor == b.ancestor
-        && a.onlyUser == b.onlyUser;
+    return a.operations == b.operations && a.path == b.path && a.fileId == b.fileId
+        && a.scope == b.scope && a.sameVersion == b.sameVersion && a.program == b.program
+        && a.parent == b.parent && a.ancestor == b.ancestor && a.onlyUser == b.onlyUser;
 }
 
 }
@@ -40,14 +39,15 @@ DecisionTable::Verdict DecisionTable::judge(const Access& access) const
 
 void DecisionTable::add(HeldDecision decision)
 {
-    // A shorter-lived answer hides a longer one only while it holds, so that stays.
+    // An answer that ends with a process hides one that stays, and does so only while it holds: the
+    // hidden one is kept.
     const auto isObsolete = [&decision](const HeldDecision& old) {
         return !stillHolds(old) || (!decision.holds && hasSameScope(old, decision));
     };
     decisions_.erase(
         std::remove_if(decisions_.begin(), decisions_.end(), isObsolete), decisions_.end());
     decisions_.push_front(std::move(decision));
-    if (decisions_.size() > mostDecisions)
+    if (decisions_.size() > maxDecisions)
         decisions_.pop_back();
 }
 

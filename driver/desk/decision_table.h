@@ -6,11 +6,12 @@
 
 namespace vossel {
 
-// The answers that still hold; the newest that covers an access wins. Confined to one thread.
+// Owns the answers that still hold; the newest that covers an access wins. It asks nobody and does
+// not know who waits. Confined to one thread.
 class DecisionTable {
 public:
-    // The oldest are forgotten beyond this; what they covered is asked about again.
-    static constexpr std::size_t mostDecisions = 8192;
+    // Beyond this many the oldest is forgotten, and what it covered is asked about again.
+    static constexpr std::size_t maxDecisions = 8192;
 
     struct Verdict {
         bool deny = false;
@@ -20,11 +21,11 @@ public:
         bool operator==(const Verdict&) const = default;
     };
 
-    // One operation denied denies the whole access.
+    // One operation that is denied denies the whole access.
     [[nodiscard]] Verdict judge(const Access& access) const;
-    // Replaces what it repeats, and drops what no longer holds.
+    // Takes the place of answers with the same scope, and drops those that no longer hold.
     void add(HeldDecision decision);
-    // Whether any decision looks at ancestors: finding them costs.
+    // Whether any decision looks at ancestors; else nobody needs to find them, which takes time.
     [[nodiscard]] bool looksAtAncestors() const;
     [[nodiscard]] std::size_t size() const { return decisions_.size(); }
 

@@ -1,39 +1,27 @@
 #include "driver/desk/held_decision.h"
 
-#include "foundation/path_text.h"
+#include "wire/pseudo_paths.h"
 
 #include <algorithm>
-#include <string_view>
+#include <utility>
 
 namespace vossel {
 
 namespace {
 
+// Rules know nothing of messages; here both meet.
+static_assert(std::int32_t{ANSWER_PATH_PREFIX} == PATH_PREFIX
+    && std::int32_t{ANSWER_PATH_EXACT} == PATH_EXACT
+    && std::int32_t{ANSWER_PATH_SUFFIX} == PATH_EXTENSION
+    && answeredDevices == packetCaptureDevices);
+
 constexpr std::int32_t everyOperation
     = OPERATION_READ | OPERATION_WRITE | OPERATION_CREATE | OPERATION_MOUNT | OPERATION_EXECUTE;
 
-// "/a/b/" is the folder and all below; "/a/b" is that path or something below it, never "/a/bc".
-bool isAtOrBelow(std::string_view path, std::string_view prefix)
-{
-    if (prefix.empty() || !path.starts_with(prefix))
-        return false;
-    return prefix.back() == '/' || path.size() == prefix.size() || path[prefix.size()] == '/';
-}
-
 bool coversFile(const HeldDecision& decision, const Access& access)
 {
-    if (!decision.fileId.empty() && decision.fileId == access.fileId)
-        return true;
-    switch (decision.pathType) {
-    case PATH_PREFIX:
-        return isAtOrBelow(access.path, decision.path);
-    case PATH_EXACT:
-        return decision.path.empty() || decision.path == access.path;
-    case PATH_EXTENSION:
-        return decision.path.size() > 1
-            && pathExtension(access.path) == std::string_view(decision.path).substr(1);
-    }
-    return false;
+    return (!decision.fileId.empty() && decision.fileId == access.fileId)
+        || coversPath(decision.path.kind, decision.path.text, access.path);
 }
 
 bool isAncestor(const std::string& path, const Access& access)
@@ -87,16 +75,16 @@ std::optional<HeldDecision> heldDecision(
 {
     const bool holds
         = response.duration >= DURATION_UNTIL_QUIT && response.duration <= DURATION_FOREVER;
-    if (!holds || response.pathType < PATH_PREFIX || response.pathType > PATH_EXTENSION
-        || !isKnownScope(response.process))
+    std::optional<AnsweredPath> path
+        = answeredPath(response.pathType, textOf(response.path), asked.path);
+    if (!holds || !path || !isKnownScope(response.process))
         return std::nullopt;
 
     HeldDecision decision;
     decision.allow = response.decision == DECISION_ALLOW;
     decision.operations = response.operations & everyOperation;
-    decision.pathType = static_cast<PathType>(response.pathType);
-    decision.path = textOf(response.path);
-    if (decision.pathType != PATH_EXTENSION && decision.path == asked.path)
+    decision.path = std::move(*path);
+    if (decision.path.kind == PathKind::Exact && decision.path.text == asked.path)
         decision.fileId = fileId;
     decision.scope = static_cast<ProcessScope>(response.process);
     decision.sameVersion = response.constraint_type == CONSTRAINT_THIS_VERSION;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "driver/desk/access.h"
+#include "rules/path_cover.h"
 #include "wire/driver_messages.h"
 
 #include <functional>
@@ -12,8 +13,7 @@ namespace vossel {
 struct HeldDecision {
     bool allow = false;
     std::int32_t operations = 0;
-    PathType pathType = PATH_EXACT;
-    std::string path; // empty and exact: any file
+    AnsweredPath path;
     std::string fileId; // of the file asked about, where `path` names just that
     ProcessScope scope = PROCESS_PROGRAM;
     bool sameVersion = false; // updates of the program are not covered
@@ -30,8 +30,8 @@ struct HeldDecision {
 [[nodiscard]] std::optional<HeldDecision> heldDecision(
     const user_prompt_response& response, const Access& asked, const std::string& fileId);
 
-// Whether the decision is about this file, this program and this user. Says nothing of operations
-// and time.
+// Whether the decision is about this file, this program and this user. Its operations and whether
+// it still holds are not looked at.
 [[nodiscard]] bool covers(const HeldDecision& decision, const Access& access);
 
 }

@@ -1,7 +1,7 @@
 #include "driver/desk/query_desk.h"
 
-#include "driver/desk/process_life.h"
 #include "driver/server/call_status.h"
+#include "hosts/linux/process_life.h"
 
 #include <algorithm>
 
@@ -9,11 +9,11 @@ namespace vossel {
 
 namespace {
 
-constexpr int mostRepetitions = 3;
+constexpr int maxRepetitions = 3;
 constexpr auto lookForTheDead = std::chrono::seconds(1);
 
-// Questions with the same key get the same answer. Never two processes': what is allowed once is
-// allowed to the one that the person was told of.
+// Questions with the same key get the same answer. Those of two processes never have the same: what
+// is allowed once is allowed to the one process that the person was told of.
 std::string keyOf(const Question& question, std::int32_t operation)
 {
     const Program& program = question.access.program;
@@ -30,7 +30,7 @@ std::string keyOf(const Question& question, std::int32_t operation)
 QueryDesk::QueryDesk(SessionServer& server, const Settings& settings)
     : server_(server)
     , settings_(settings)
-    , places_(settings.mostWaiting)
+    , places_(settings.maxWaiting)
 {
 }
 
@@ -97,7 +97,7 @@ bool QueryDesk::isAnyIdle() const
         [this](const auto& entry) { return entry.second->receives && !isBusy(*entry.second); });
 }
 
-// Gives every agent that has nothing to answer the first query that is its to answer.
+// Sends every agent that has no query to answer the first of those that it may answer.
 void QueryDesk::dispatch(Clock::time_point now)
 {
     for (auto query = queries_.begin(); query != queries_.end();) {
@@ -126,7 +126,7 @@ void QueryDesk::dispatch(Clock::time_point now)
     agentsChanged_ = false;
 }
 
-// Whether nobody waits any more.
+// Forgets those who died. True when nobody waits for this query any more.
 bool QueryDesk::dropDead(Query& query)
 {
     const auto dead = std::stable_partition(query.waiters.begin(), query.waiters.end(),
@@ -209,7 +209,7 @@ void QueryDesk::apply(
         finish(query, false);
         break;
     case RESPONSE_REEVALUATE:
-        if (++query->repetitions > mostRepetitions) {
+        if (++query->repetitions > maxRepetitions) {
             finish(query, settings_.allowByDefault);
         } else {
             byAgent_.erase(query->agent);
@@ -229,7 +229,7 @@ void QueryDesk::remember(
     std::optional<HeldDecision> decision = heldDecision(response, question.access, question.fileId);
     if (!decision)
         return;
-    // Whoever is asked about nothing but their own processes decides about nothing else.
+    // An agent that is asked about nothing but its user's processes decides about nothing else.
     if (!mayControl(client))
         decision->onlyUser = client.uid;
     if (response.duration == DURATION_UNTIL_QUIT) {

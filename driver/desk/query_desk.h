@@ -12,9 +12,11 @@
 
 namespace vossel {
 
-// Decides accesses: by the answers that hold, else by asking an agent, else by the default. An
-// agent gets one query at a time, so that its time runs from when it could begin to answer; equal
-// questions share one. Confined to the loop's thread.
+// Decides accesses: by the answers that hold, else by asking an agent, else by the default. Owns
+// the answers, the queries and the order in which they are asked; must not own connections, which
+// are the server's, nor know how programs are stopped, which is the guard's. An agent gets one
+// query at a time, so that its time runs from when it could begin to answer; equal questions share
+// one query. Confined to the loop's thread.
 class QueryDesk final : public SessionHandler {
 public:
     using Clock = std::chrono::steady_clock;
@@ -23,20 +25,20 @@ public:
         bool allowByDefault = true; // where nobody can be asked, or nobody answered
         std::optional<uid_t> configuredUser;
         Clock::duration answerLimit = std::chrono::seconds(65); // the agent's own is 60
-        std::size_t mostWaiting = 4096; // beyond: the default; see WaitingPlaces for a user's part
+        std::size_t maxWaiting = 4096; // see WaitingPlaces; with all taken the default holds
     };
 
     QueryDesk(SessionServer& server, const Settings& settings);
 
     // Calls `waiter.answer`, now or later. `now` starts the limit where the query is sent at once.
     void ask(Question question, Waiter waiter, Clock::time_point now);
-    // Answers what is overdue and forgets who died; how long until that is due again, negative when
-    // nobody waits.
+    // Gives the default to whatever is overdue, and forgets those who died. Says how long nothing
+    // more is due; negative: for ever.
     EventLoop::Milliseconds tick(Clock::time_point now);
-    // Everybody who waits is let go, by the default.
+    // Gives the default to everybody who waits.
     void releaseAll();
 
-    // Whether the thread belongs to an agent that is asked about others: it must never wait.
+    // Whether the thread belongs to an agent that is asked about others, and so must never wait.
     [[nodiscard]] bool isAgentThread(std::int32_t thread) const;
     [[nodiscard]] bool looksAtAncestors() const { return decisions_.looksAtAncestors(); }
 

@@ -18,16 +18,16 @@ struct Question {
     ProgramIdentity identity;
 };
 
-// Somebody who is blocked until the answer.
+// A thread that is blocked until the answer.
 struct Waiter {
     std::function<void(bool allow)> answer; // called exactly once, unless the waiter is dead
     std::function<bool()> isAlive;
 };
 
-// The most far-reaching of a set: what is asked about when several are undecided.
+// The operation of a set that is asked about when several are undecided: the most far-reaching.
 [[nodiscard]] std::int32_t principalOperation(std::int32_t operations);
 
-// The whole notification. Texts longer than their fields are cut.
+// The whole notification that carries the question. Texts longer than their fields are cut.
 [[nodiscard]] policy_query_message makeQueryMessage(
     const Question& question, std::int32_t operation, std::uint32_t token);
 

@@ -6,11 +6,13 @@ namespace vossel {
 
 WaitingPlaces::Room WaitingPlaces::take(uid_t user)
 {
-    // Looked at first: whoever has filled the rest is refused, not let through.
+    // This is looked at before the whole: a user who has used up all places must be refused, and
+    // not be let through by the default.
     const auto own = takenBy_.find(user);
-    if (user != 0 && own != takenBy_.end() && own->second >= std::max<std::size_t>(most_ / 4, 1))
+    if (user != 0 && own != takenBy_.end()
+        && own->second >= std::max<std::size_t>(maxPlaces_ / 4, 1))
         return Room::UserFull;
-    if (taken_ >= most_)
+    if (taken_ >= maxPlaces_)
         return Room::Full;
     ++taken_;
     ++takenBy_[user];

@@ -89,9 +89,9 @@ BlockedCall parseBlockedCall(std::string_view text)
     return flags ? fromFlags(static_cast<int>(*flags)) : unknown;
 }
 
-BlockedCall readBlockedCall(const std::string& procFolder, std::int32_t thread)
+BlockedCall readBlockedCall(const SystemRoot& root, std::int32_t thread)
 {
-    return parseBlockedCall(readProcFile(procFolder, thread, "syscall"));
+    return parseBlockedCall(readProcFile(root, thread, "syscall"));
 }
 
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "hosts/linux/system_root.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -18,7 +20,7 @@ struct BlockedCall {
 // of 32-bit programs too: none of their numbers opens a file in 64 bits.
 [[nodiscard]] BlockedCall parseBlockedCall(std::string_view text);
 
-// Reads it; `procFolder` is "/proc" in earnest.
-[[nodiscard]] BlockedCall readBlockedCall(const std::string& procFolder, std::int32_t thread);
+// Reads and parses that text; `root` holds /proc.
+[[nodiscard]] BlockedCall readBlockedCall(const SystemRoot& root, std::int32_t thread);
 
 }

@@ -92,8 +92,8 @@ void CreationNotes::readOnce(std::size_t size)
             notes_.push_front(std::move(creation));
         place += event.event_len;
     }
-    if (notes_.size() > mostNotes)
-        notes_.resize(mostNotes);
+    if (notes_.size() > maxNotes)
+        notes_.resize(maxNotes);
 }
 
 std::optional<CreationNotes::Creation> CreationNotes::take(

@@ -9,7 +9,7 @@
 
 namespace vossel {
 
-// Which opening has just created its file. The flags of the call do not tell: they allow a
+// Knows which opening has just created its file. The flags of the call do not tell: they allow a
 // creation, and the file may have been there. The kernel reports the creation before it asks about
 // the opening. Confined to the loop's thread.
 class CreationNotes {
@@ -24,16 +24,17 @@ public:
     // Nothing where the kernel or the file system of a folder cannot report creations.
     static std::optional<CreationNotes> open(const std::vector<GuardedFolder>& folders);
 
-    // Reads what was reported; before the openings that came at the same time are looked at.
+    // Reads what was reported. To be called before openings that came at the same time are looked
+    // at.
     void refresh();
-    // The creation of this file by this thread, once.
+    // Hands out the creation of this file by this thread, and forgets it.
     [[nodiscard]] std::optional<Creation> take(std::int32_t thread, const std::string& file);
 
 private:
     void readOnce(std::size_t size);
 
     // Creations without an opening (links, device nodes) are never taken and fall out at the end.
-    static constexpr std::size_t mostNotes = 16384;
+    static constexpr std::size_t maxNotes = 16384;
 
     UniqueFd group_;
     std::vector<std::byte> buffer_;

@@ -7,8 +7,8 @@
 
 namespace vossel {
 
-// The kernel's questions: every opening of a file on the guarded file systems blocks until it is
-// answered (fanotify(7)). Destroying this lets go everybody who still waits. Whoever holds one
+// Owns the kernel's questions: every opening of a file on the guarded file systems blocks until it
+// is answered (fanotify(7)). Destroying this lets everybody go who still waits. Whoever holds one
 // never forks: a copy of the descriptor in another process would keep everybody blocked. Confined
 // to the loop's thread.
 class FileGuard {
@@ -22,13 +22,13 @@ public:
     // Fails where the kernel or the process's rights do not allow it.
     static Result<FileGuard> open();
 
-    // From here on openings there ask.
+    // From here on the kernel asks about every opening there.
     Result<bool> guard(const GuardedFolder& folder);
 
     [[nodiscard]] int descriptor() const { return group_.get(); }
-    // What the next read gives; nothing when nobody asks.
+    // The questions that one read gives; empty when there are none.
     [[nodiscard]] std::vector<Event> read();
-    // Once for each event. An asker that has died meanwhile does no harm.
+    // Must be called once for each event, also where the asker has died meanwhile.
     void answer(Event& event, bool allow);
 
 private:

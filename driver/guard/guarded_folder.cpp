@@ -1,8 +1,7 @@
 #include "driver/guard/guarded_folder.h"
 
 #include "hosts/linux/mount_table.h"
-
-#include <climits>
+#include "hosts/linux/proc_file.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -22,15 +21,7 @@ namespace {
 
 constexpr unsigned wanted = STATX_BASIC_STATS | STATX_MNT_ID;
 
-std::string linkOf(int fd)
-{
-    char path[PATH_MAX];
-    const std::string link = "/proc/self/fd/" + std::to_string(fd);
-    const ssize_t size = ::readlink(link.c_str(), path, sizeof path);
-    return size < 0 ? std::string() : std::string(path, static_cast<std::size_t>(size));
-}
-
-// As the system call takes it.
+// A file handle with the room for its bytes, as the system calls take it.
 struct Handle {
     alignas(file_handle) char bytes[sizeof(file_handle) + MAX_HANDLE_SZ] = {};
 
@@ -91,7 +82,7 @@ std::optional<OpenedFile> examineOpened(int fd, std::uint64_t& mount)
     if (::statx(fd, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, wanted, &facts) != 0)
         return std::nullopt;
     OpenedFile file;
-    file.path = linkOf(fd);
+    file.path = descriptorPath(fd);
     file.device = ::makedev(facts.stx_dev_major, facts.stx_dev_minor);
     file.inode = facts.stx_ino;
     file.regular = S_ISREG(facts.stx_mode);
@@ -148,7 +139,7 @@ void GuardedFolder::resolve(OpenedFile& file, std::uint64_t mount, const std::st
 {
     if (mount != mount_ && !leadsTo(file)) {
         const UniqueFd here = openHandle(folder_.get(), handle, O_PATH);
-        const std::string path = here ? linkOf(here.get()) : std::string();
+        const std::string path = here ? descriptorPath(here.get()) : std::string();
         // Files outside of the part that is mounted here have no path here.
         if (path.starts_with(path_ + "/"))
             file.path = path;
@@ -161,7 +152,8 @@ void GuardedFolder::resolve(OpenedFile& file, std::uint64_t mount, const std::st
 void GuardedFolder::removeEmpty(
     const std::string& parent, const std::string& name, const OpenedFile& file) const
 {
-    // By handle: whoever was denied could put another folder, or a link, into the path by now.
+    // The folder is opened by its handle: whoever was denied could put another folder, or a link,
+    // into the path by now.
     const UniqueFd folder = openHandle(folder_.get(), parent, O_PATH | O_DIRECTORY);
     struct stat left = {};
     if (folder && ::fstatat(folder.get(), name.c_str(), &left, AT_SYMLINK_NOFOLLOW) == 0

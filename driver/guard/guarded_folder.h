@@ -27,7 +27,7 @@ struct OpenedFile {
 // file system was guarded, so that nothing here opens anything that asks.
 class GuardedFolder {
 public:
-    // Fails for anything but a mount point of its own, and for the root file system.
+    // Fails for whatever is no mount point, and for the root file system.
     static Result<GuardedFolder> open(const std::string& path);
 
     [[nodiscard]] const std::string& path() const { return path_; }
@@ -59,7 +59,7 @@ private:
 // numbers need not be the same in every part of it, and not when that cannot be told.
 [[nodiscard]] Result<bool> isApartFromRoot(const SystemRoot& root, const std::string& path);
 
-// Path, identity and kind by descriptor alone; `mount` is set to where it was opened.
+// Tells path, identity and kind by the descriptor alone; `mount` is set to where it was opened.
 [[nodiscard]] std::optional<OpenedFile> examineOpened(int fd, std::uint64_t& mount);
 
 }

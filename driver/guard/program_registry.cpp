@@ -1,6 +1,6 @@
 #include "driver/guard/program_registry.h"
 
-#include <climits>
+#include "hosts/linux/proc_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,15 +12,9 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t mostEntries = 4096;
-constexpr std::string_view deletedMark = " (deleted)";
+constexpr std::size_t maxEntries = 4096;
 
-std::string executableLink(std::int32_t process)
-{
-    return "/proc/" + std::to_string(process) + "/exe";
-}
-
-// Worker's thread. `file` is what the process runs, wherever it lies.
+// Runs on the worker's thread. `file` is what the process runs, wherever it lies.
 ProgramRegistry::Entry examine(
     const PackageIdentity& packages, Program program, const UniqueFd& file)
 {
@@ -28,9 +22,8 @@ ProgramRegistry::Entry examine(
     struct stat named = {};
     program.native = ::stat(program.path.c_str(), &named) == 0 && named.st_dev == program.device
         && named.st_ino == program.inode;
-    const UniqueFd readable(file
-            ? ::open(("/proc/self/fd/" + std::to_string(file.get())).c_str(), O_RDONLY | O_CLOEXEC)
-            : -1);
+    const UniqueFd readable(
+        file ? ::open(descriptorLink(file.get()).c_str(), O_RDONLY | O_CLOEXEC) : -1);
     if (readable)
         entry.identity = packages.identify(program.path, readable.get());
     if (entry.identity.state == CODE_SIGN_VALID)
@@ -44,19 +37,15 @@ ProgramRegistry::Entry examine(
 // Follows the link without opening what it leads to.
 std::optional<Program> ProgramRegistry::look(std::int32_t process)
 {
-    const std::string link = executableLink(process);
-    char path[PATH_MAX];
-    const ssize_t size = ::readlink(link.c_str(), path, sizeof path);
-    struct stat file = {};
-    if (process <= 0 || size < 0 || ::stat(link.c_str(), &file) != 0)
+    const auto executable
+        = process > 0 ? readExecutable(SystemRoot(), process) : std::optional<Executable>();
+    if (!executable || executable->inode == 0)
         return std::nullopt;
     Program program;
-    program.path.assign(path, static_cast<std::size_t>(size));
-    if (file.st_nlink == 0 && program.path.ends_with(deletedMark))
-        program.path.resize(program.path.size() - deletedMark.size());
-    program.device = file.st_dev;
-    program.inode = file.st_ino;
-    program.changed = std::int64_t(file.st_ctim.tv_sec) * 1'000'000'000 + file.st_ctim.tv_nsec;
+    program.path = executable->path;
+    program.device = executable->device;
+    program.inode = executable->inode;
+    program.changed = executable->changed;
     return program;
 }
 
@@ -76,7 +65,7 @@ void ProgramRegistry::identify(
     const std::vector<std::int32_t>& processes, Done done, Clock::time_point now)
 {
     Request request;
-    request.deadline = now + longest;
+    request.deadline = now + maxReadingTime;
     for (const std::int32_t process : processes) {
         request.programs.push_back(look(process).value_or(Program()));
         const Program& program = request.programs.back();
@@ -94,11 +83,9 @@ void ProgramRegistry::identify(
 
 void ProgramRegistry::read(const Program& program, std::int32_t process)
 {
-    // Without access to the content, which would ask this very driver.
-    const auto file
-        = std::make_shared<UniqueFd>(::open(executableLink(process).c_str(), O_PATH | O_CLOEXEC));
+    const auto file = std::make_shared<UniqueFd>(openExecutable(process));
     const std::string key = keyOf(program);
-    if (entries_.size() >= mostEntries)
+    if (entries_.size() >= maxEntries)
         std::erase_if(entries_, [](const auto& entry) { return entry.second.has_value(); });
     entries_[key] = std::nullopt;
     const bool posted = worker_.post([this, packages = packages_, program, key, file] {

@@ -14,9 +14,9 @@
 
 namespace vossel {
 
-// What is known of the programs that processes run. Reading a program takes time and opens it, so
-// that is the worker's; the rest is confined to the loop's thread. An executable is read again when
-// its file has changed.
+// Owns what is known of the programs that processes run, and the requests that wait for more of it.
+// Reading a program takes time and opens it, so the worker does that; the rest is confined to the
+// loop's thread and must open nothing. A program is read again when its file has changed.
 class ProgramRegistry {
 public:
     using Clock = std::chrono::steady_clock;
@@ -27,8 +27,8 @@ public:
     };
     using Done = std::function<void(const std::vector<Entry>&)>;
 
-    // Beyond this a program counts as not identified: whoever waits is not to wait for a disk.
-    static constexpr std::chrono::seconds longest{5};
+    // A program that takes longer counts as not identified: whoever waits must not wait for a disk.
+    static constexpr std::chrono::seconds maxReadingTime{5};
 
     // Both must outlive this.
     ProgramRegistry(EventLoop& loop, Worker& worker)
@@ -40,9 +40,9 @@ public:
     // Calls `done`, now or later, with one entry for each process, in their order; for a process
     // that is gone or runs nothing readable the entry is empty.
     void identify(const std::vector<std::int32_t>& processes, Done done, Clock::time_point now);
-    // Forgets who waits; their `done` is not called.
+    // Forgets everybody who waits; their `done` is not called.
     void dropRequests() { requests_.clear(); }
-    // Gives up on what takes too long; how long until that is due again, negative when nothing is.
+    // Gives up on what takes too long. Says how long nothing more is due; negative: for ever.
     EventLoop::Milliseconds tick(Clock::time_point now);
 
 private:

@@ -1,6 +1,6 @@
 #include "driver/guard/watch.h"
 
-#include "driver/desk/process_life.h"
+#include "hosts/linux/process_life.h"
 
 #include <errno.h>
 #include <sys/epoll.h>
@@ -10,16 +10,16 @@ namespace vossel {
 
 namespace {
 
-const std::string procFolder = "/proc";
-constexpr std::size_t mostAllowedStarts = 4096;
-constexpr int deepestAncestor = 64;
+const SystemRoot systemRoot;
+constexpr std::size_t maxAllowedStarts = 4096;
+constexpr int maxAncestors = 64;
 
-// The process, its parent and, where wanted, what is above that.
+// The process, its parent and, where they are wanted, the parents above.
 std::vector<std::int32_t> lineage(const ThreadFacts& facts, bool withAncestors)
 {
     std::vector<std::int32_t> processes = {facts.process, facts.parent};
-    while (withAncestors && processes.back() > 1 && processes.size() < deepestAncestor) {
-        const std::optional<ThreadFacts> above = readThreadFacts(procFolder, processes.back());
+    while (withAncestors && processes.back() > 1 && processes.size() < maxAncestors) {
+        const std::optional<ThreadFacts> above = readThreadFacts(systemRoot, processes.back());
         if (!above)
             break;
         processes.push_back(above->parent);
@@ -49,8 +49,8 @@ void Watch::Held::answer(bool allow)
     answered = true;
     watch.guard_->answer(event, allow);
     if (event.execute && allow) {
-        // Whoever is killed between start and opening leaves an entry behind.
-        if (watch.allowedStarts_.size() >= mostAllowedStarts)
+        // A thread that is killed between start and opening leaves its entry behind.
+        if (watch.allowedStarts_.size() >= maxAllowedStarts)
             watch.allowedStarts_.clear();
         watch.allowedStarts_[event.thread] = handle;
     }
@@ -63,7 +63,7 @@ Watch::Watch(EventLoop& loop, Worker& worker, QueryDesk& desk, const Settings& s
     , worker_(worker)
     , desk_(desk)
     , settings_(settings)
-    , places_(settings.mostHeld)
+    , places_(settings.maxHeld)
 {
 }
 
@@ -74,7 +74,7 @@ Watch::~Watch()
         programs_->dropRequests();
     if (guard_)
         loop_.forget(guard_->descriptor());
-    // Before the worker is waited for: it may be opening a guarded file.
+    // This comes before the wait for the worker, which may be opening a guarded file.
     guard_.reset();
     worker_.stop();
 }
@@ -109,7 +109,7 @@ EventLoop::Milliseconds Watch::tick(ProgramRegistry::Clock::time_point now)
 void Watch::readEvents()
 {
     std::vector<FileGuard::Event> events = guard_->read();
-    // Creations of these openings have been reported by now.
+    // The kernel has reported the creations that belong to these openings by now.
     if (creations_)
         creations_->refresh();
     for (FileGuard::Event& event : events)
@@ -138,7 +138,7 @@ void Watch::take(FileGuard::Event event)
         held->answer(true);
         return;
     }
-    const std::optional<ThreadFacts> facts = readThreadFacts(procFolder, thread);
+    const std::optional<ThreadFacts> facts = readThreadFacts(systemRoot, thread);
     if (!file || !facts)
         return; // the default
     const WaitingPlaces::Room room = places_.take(facts->realUser);
@@ -170,13 +170,13 @@ bool Watch::takeAllowedStart(const Held& held)
     return same;
 }
 
-// A set of Operation; empty when the answer to the program start covers this.
+// What is asked about, a set of Operation; empty when the answer to the program start covers it.
 std::int32_t Watch::operationsOf(Held& held)
 {
     if (held.event.execute)
         return OPERATION_EXECUTE;
     const bool started = takeAllowedStart(held);
-    const BlockedCall call = readBlockedCall(procFolder, held.event.thread);
+    const BlockedCall call = readBlockedCall(systemRoot, held.event.thread);
     // A start by a call of another convention (32 bits) is not recognised by its number.
     if (started && (call.operations == OPERATION_EXECUTE || !call.known))
         return 0;
@@ -202,7 +202,7 @@ void Watch::question(std::shared_ptr<Held> held, std::int32_t operations, const 
         question.access.fileId = question.fileId;
     question.process = facts.process;
     question.parentProcess = facts.parent;
-    question.startTime = readStartTime(procFolder, facts.process);
+    question.startTime = readStartTime(systemRoot, facts.process);
     question.access.realUser = facts.realUser;
 
     Waiter waiter;
@@ -227,7 +227,7 @@ void Watch::question(std::shared_ptr<Held> held, std::int32_t operations, const 
 void Watch::removeLeftover(const Held& held)
 {
     const GuardedFolder* folder = folderOf(held.file);
-    // Under too much work the empty file stays.
+    // A worker that has too much to do refuses this; then the empty file stays.
     if (folder)
         static_cast<void>(worker_.post([folder, creation = *held.creation, file = held.file] {
             folder->removeEmpty(creation.folder, creation.name, file);

@@ -14,31 +14,34 @@
 namespace vossel {
 
 // Turns what the kernel asks into questions for the desk, and the desk's answers into the kernel's.
-// Confined to the loop's thread, which opens nothing on a guarded file system: it would wait for
-// itself.
+// Owns the guard, the guarded folders and every blocked access until that is answered; must not own
+// a decision, nor open anything on a guarded file system, where it would wait for itself. Confined
+// to the loop's thread.
 class Watch {
 public:
     struct Settings {
         std::vector<std::string> folders;
         bool allowByDefault = true;
-        // Blocked accesses at a time; beyond: the default. See WaitingPlaces for a user's part.
-        std::size_t mostHeld = 4096;
+        // How many accesses are blocked at a time; beyond these the default holds. See
+        // WaitingPlaces for the part of one user.
+        std::size_t maxHeld = 4096;
     };
 
     // All must outlive this.
     Watch(EventLoop& loop, Worker& worker, QueryDesk& desk, const Settings& settings);
-    // Lets everybody go.
+    // Lets everybody who is blocked go.
     ~Watch();
     Watch(const Watch&) = delete;
     Watch& operator=(const Watch&) = delete;
 
-    // From here on openings below the folders ask. Fails with a sentence, and then guards nothing.
+    // From here on every opening below the folders is asked about. Where this fails nothing is
+    // guarded.
     Result<bool> start();
     [[nodiscard]] const std::vector<GuardedFolder>& folders() const { return folders_; }
     EventLoop::Milliseconds tick(ProgramRegistry::Clock::time_point now);
 
 private:
-    // One blocked access, until it is answered. What nobody answers gets the default.
+    // One blocked access. When it goes without an answer it gets the default.
     struct Held {
         Held(Watch& watch, FileGuard::Event accessEvent);
         ~Held();
@@ -72,8 +75,8 @@ private:
     std::optional<CreationNotes> creations_;
     std::optional<FileGuard> guard_;
     std::optional<ProgramRegistry> programs_;
-    // The file of a program start that was allowed, by thread: the kernel asks about the opening of
-    // the same file next.
+    // By thread the file whose start as a program was allowed: the kernel asks about the opening of
+    // that file next.
     std::map<std::int32_t, std::string> allowedStarts_;
     WaitingPlaces places_;
 };

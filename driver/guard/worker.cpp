@@ -7,10 +7,10 @@ namespace vossel {
 void Worker::stop()
 {
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         ending_ = true;
     }
-    changed_.notify_one();
+    changed_.notifyOne();
     if (thread_.joinable())
         thread_.join();
 }
@@ -28,20 +28,20 @@ bool Worker::start()
 bool Worker::post(std::function<void()> job)
 {
     {
-        const std::lock_guard guard(lock_);
-        if (ending_ || jobs_.size() >= mostJobs)
+        const MutexLock guard(lock_);
+        if (ending_ || jobs_.size() >= maxJobs)
             return false;
         jobs_.push_back(std::move(job));
     }
-    changed_.notify_one();
+    changed_.notifyOne();
     return true;
 }
 
 void Worker::run()
 {
-    std::unique_lock guard(lock_);
+    MutexLock guard(lock_);
     while (true) {
-        changed_.wait(guard, [this] { return ending_ || !jobs_.empty(); });
+        changed_.wait(guard, [this]() VOSSEL_REQUIRES(lock_) { return ending_ || !jobs_.empty(); });
         if (ending_)
             return;
         const std::function<void()> job = std::move(jobs_.front());

@@ -1,15 +1,15 @@
 #pragma once
 
-#include <condition_variable>
+#include "foundation/mutex.h"
+
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 namespace vossel {
 
-// A thread for what may wait: opening files and walking paths on a guarded file system, which the
-// loop's thread, being the one that answers, must never do.
+// Owns a thread for whatever may wait: opening files and walking paths on a guarded file system.
+// The loop's thread must never do that, for it is the one that answers.
 class Worker {
 public:
     Worker() = default;
@@ -17,22 +17,22 @@ public:
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    // Once, before post(). False when the system refuses a thread.
+    // To be called once, before post(). False when the system refuses a thread.
     [[nodiscard]] bool start();
     // Waits for the job at work; jobs not begun are dropped. Nothing is done afterwards.
     void stop();
-    // In order. False, and nothing is done, while too many are waiting.
+    // Jobs are done in order. False, and the job is not taken, while too many are waiting.
     [[nodiscard]] bool post(std::function<void()> job);
 
 private:
-    static constexpr std::size_t mostJobs = 1024;
+    static constexpr std::size_t maxJobs = 1024;
 
     void run();
 
-    std::mutex lock_;
-    std::condition_variable changed_;
-    std::deque<std::function<void()>> jobs_; // guarded by lock_
-    bool ending_ = false; // guarded by lock_
+    Mutex lock_;
+    Condition changed_;
+    std::deque<std::function<void()>> jobs_ VOSSEL_GUARDED_BY(lock_);
+    bool ending_ VOSSEL_GUARDED_BY(lock_) = false;
     std::thread thread_;
 };
 

@@ -61,7 +61,7 @@ void EventLoop::forget(int fd)
 void EventLoop::post(std::function<void()> job)
 {
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         posted_.push_back(std::move(job));
     }
     const std::uint64_t one = 1;
@@ -75,7 +75,7 @@ void EventLoop::runPosted()
     [[maybe_unused]] const ssize_t taken = ::read(wake_.get(), &count, sizeof count);
     std::vector<std::function<void()>> jobs;
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         jobs.swap(posted_);
     }
     for (const auto& job : jobs)

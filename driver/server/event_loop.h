@@ -1,25 +1,26 @@
 #pragma once
 
 #include "foundation/files.h"
+#include "foundation/mutex.h"
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 #include <vector>
 
 namespace vossel {
 
-// Waits for descriptors and calls who watches them. Confined to the thread that runs it, except
-// post(). A handler may forget any descriptor, its own included.
+// Waits for descriptors and calls whoever watches them. Owns the handlers, never the descriptors.
+// Confined to the thread that runs it, except post(). A handler may forget any descriptor, its own
+// included.
 class EventLoop {
 public:
     using Milliseconds = std::chrono::milliseconds;
     // Called with the epoll events that are there.
     using Handler = std::function<void(std::uint32_t events)>;
-    // Does what time has brought and says how long nothing else is due; negative: for ever.
+    // Does what is due by now and says how long nothing more is; negative: for ever.
     using Tick = std::function<Milliseconds()>;
 
     EventLoop();
@@ -32,7 +33,7 @@ public:
     // `events` as of epoll, level-triggered; hang-up and error always come. False when refused.
     [[nodiscard]] bool watch(int fd, std::uint32_t events, Handler handler);
     void change(int fd, std::uint32_t events);
-    // Before the descriptor is closed.
+    // To be called before the descriptor is closed.
     void forget(int fd);
     // From any thread: `job` runs on the loop's thread.
     void post(std::function<void()> job);
@@ -57,8 +58,8 @@ private:
     bool quitting_ = false;
     int status_ = 0;
 
-    std::mutex lock_;
-    std::vector<std::function<void()>> posted_; // guarded by lock_
+    Mutex lock_;
+    std::vector<std::function<void()>> posted_ VOSSEL_GUARDED_BY(lock_);
 };
 
 }

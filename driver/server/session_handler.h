@@ -6,7 +6,8 @@
 namespace vossel {
 
 // What a driver does with the agents' calls once their form, session and key have been found good.
-// All on the loop's thread; results are CallStatus. None may end a connection.
+// All are called on the loop's thread, results are CallStatus. An implementation must not own or
+// end a connection.
 class SessionHandler {
 public:
     virtual ~SessionHandler() = default;
@@ -23,7 +24,8 @@ public:
         = 0;
     // A port was registered, or has room again after a send that found it full.
     virtual void portReady(UserClient& client) = 0;
-    // Released, replaced or vanished: what was sent to it may never be answered.
+    // The port was released or replaced, or has vanished: what was sent to it may never be
+    // answered.
     virtual void portGone(UserClient& client) = 0;
 };
 

@@ -8,13 +8,13 @@
 
 namespace vossel {
 
-// What an agent proves with that it opened the session. A value.
+// The secret by which an agent proves that it opened the session. A value.
 class SessionKey {
 public:
     // From the kernel's random source; nothing where that is refused.
     [[nodiscard]] static std::optional<SessionKey> generate();
 
-    // In a time that does not depend on the bytes. False for any other size.
+    // Takes a time that does not depend on the bytes. False for any other size.
     [[nodiscard]] bool matches(std::span<const std::uint8_t> candidate) const;
     [[nodiscard]] std::span<const std::uint8_t, sessionKeySize> bytes() const { return bytes_; }
 

@@ -1,34 +1,16 @@
 #include "driver/server/session_server.h"
 
 #include "driver/server/call_status.h"
-#include "driver/server/driver_socket.h"
+#include "hosts/linux/packet_socket.h"
 
 #include <errno.h>
 #include <sys/epoll.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 
 namespace vossel {
-
-namespace {
-
-bool isConnectedPacketSocket(int fd)
-{
-    const auto option = [fd](int name) {
-        int value = -1;
-        socklen_t size = sizeof value;
-        return ::getsockopt(fd, SOL_SOCKET, name, &value, &size) == 0 ? value : -1;
-    };
-    sockaddr_storage peer = {};
-    socklen_t size = sizeof peer;
-    return option(SO_TYPE) == SOCK_SEQPACKET && option(SO_DOMAIN) == AF_UNIX
-        && ::getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
-}
-
-}
 
 SessionServer::~SessionServer()
 {
@@ -65,25 +47,23 @@ UserClient* SessionServer::client(std::uint64_t number) const
 
 bool SessionServer::hasRoomFor(uid_t uid) const
 {
-    if (clients_.size() >= mostConnections)
+    if (clients_.size() >= maxConnections)
         return false;
     const auto same = std::count_if(clients_.begin(), clients_.end(),
         [uid](const auto& entry) { return entry.second->uid == uid; });
-    return uid == 0 || static_cast<std::size_t>(same) < mostConnectionsPerUser;
+    return uid == 0 || static_cast<std::size_t>(same) < maxConnectionsPerUser;
 }
 
 void SessionServer::acceptOne()
 {
-    UniqueFd connection(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-    ucred peer = {};
-    socklen_t size = sizeof peer;
-    if (!connection || ::getsockopt(connection.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0
-        || !hasRoomFor(peer.uid))
+    UniqueFd connection = acceptConnection(listener_.get());
+    const std::optional<ucred> peer = peerOf(connection.get());
+    if (!peer || !hasRoomFor(peer->uid))
         return;
     auto client = std::make_unique<UserClient>();
     client->number = ++lastNumber_;
-    client->pid = peer.pid;
-    client->uid = peer.uid;
+    client->pid = peer->pid;
+    client->uid = peer->uid;
     client->connection = std::move(connection);
     UserClient& kept = *client;
     if (loop_.watch(kept.connection.get(), EPOLLIN, [this, &kept](std::uint32_t) { serve(kept); }))
@@ -100,12 +80,10 @@ void SessionServer::serve(UserClient& client)
         disconnect(client);
         return;
     }
-    std::vector<std::byte> reply(sizeof(ReplyHeader));
     std::vector<std::byte> output;
     const ReplyHeader header = {carryOut(client, packet, output)};
-    std::memcpy(reply.data(), &header, sizeof header);
-    reply.insert(reply.end(), output.begin(), output.end());
-    if (sendPacket(client.connection.get(), reply) != Sent::Yes)
+    const auto status = std::as_bytes(std::span(&header, 1));
+    if (sendPacket(client.connection.get(), {status, output}) != Sent::Yes)
         disconnect(client);
 }
 
@@ -217,7 +195,7 @@ Sent SessionServer::notify(UserClient& client, std::span<const std::byte> messag
 {
     if (!client.receives)
         return Sent::Gone;
-    const Sent sent = sendPacket(client.port.get(), message);
+    const Sent sent = sendPacket(client.port.get(), {message});
     if (sent == Sent::Full)
         loop_.change(client.port.get(), EPOLLOUT);
     if (sent == Sent::Gone)

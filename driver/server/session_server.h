@@ -1,8 +1,8 @@
 #pragma once
 
 #include "driver/server/event_loop.h"
-#include "driver/server/packet.h"
 #include "driver/server/session_handler.h"
+#include "hosts/linux/packet.h"
 
 #include <sys/stat.h>
 
@@ -12,15 +12,16 @@
 
 namespace vossel {
 
-// The driver's socket: takes connections and carries out the method table. Whatever an agent sends
-// is answered; only a peer that does not read its answers is cut off. Confined to the loop's
-// thread.
+// The driver's socket: takes connections and carries out the method table. Owns the socket's file,
+// the connections, their keys and ports; must not own a question or a decision, which are the
+// handler's. Whatever an agent sends is answered; only a peer that does not read its answers is cut
+// off. Confined to the loop's thread.
 class SessionServer {
 public:
     using Clients = std::map<std::uint64_t, std::unique_ptr<UserClient>>;
 
-    static constexpr std::size_t mostConnections = 256;
-    static constexpr std::size_t mostConnectionsPerUser = 16; // root is not counted
+    static constexpr std::size_t maxConnections = 256;
+    static constexpr std::size_t maxConnectionsPerUser = 16; // root's are not counted
 
     explicit SessionServer(EventLoop& loop)
         : loop_(loop)
@@ -67,8 +68,8 @@ private:
     std::uint64_t lastPortOrder_ = 0;
 };
 
-// Tells every agent that filtering was switched off. One without room for it learns that from its
-// next look at the status.
+// Tells every agent that filtering was switched off. An agent whose port is full learns it when it
+// next asks for the status.
 void notifyFilterStopped(SessionServer& server);
 
 }

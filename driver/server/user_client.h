@@ -13,7 +13,7 @@ namespace vossel {
 // One connection of an agent. Owned by SessionServer.
 struct UserClient {
     std::uint64_t number = 0; // never used twice
-    // Whoever connected; the kernel's word.
+    // Who connected, by the kernel's word.
     pid_t pid = 0;
     uid_t uid = 0;
     UniqueFd connection;

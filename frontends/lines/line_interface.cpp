@@ -7,6 +7,8 @@
 #include "hosts/linux/no_windows.h"
 #include "platform/threads.h"
 
+#include <sys/stat.h>
+
 namespace vossel {
 
 namespace {
@@ -24,11 +26,16 @@ public:
     {
     }
 
-    AlertSound& alertSound() override { return alertSound_; }
-    NotificationCentre& notifications() override { return notifications_; }
-    Notices& notices() override { return notices_; }
-    ProcessControl& processControl() override { return around_.processControl; }
-    WindowSystem& windows() override { return windows_; }
+    UserServices services() override
+    {
+        return {
+            .notifications = notifications_,
+            .notices = notices_,
+            .windows = windows_,
+            .processControl = around_.processControl,
+            .alertSound = alertSound_,
+        };
+    }
     PersonQuestion* question() override { return nullptr; }
     PromptPresenter& presenter() override { return lines_; }
     ResponseListener& responses() override { return lines_; }
@@ -59,13 +66,44 @@ private:
     LineReader reader_;
 };
 
+bool isConnected(int fd)
+{
+    struct stat status { };
+    return ::fstat(fd, &status) == 0 && !S_ISCHR(status.st_mode);
 }
 
-UserInterface::Factory lineInterface(int input, int output)
+class LineFrontEnd final : public FrontEnd {
+public:
+    LineFrontEnd(int input, int output)
+        : input_(input)
+        , output_(output)
+    {
+    }
+
+    std::string_view name() const override { return "lines"; }
+    std::optional<std::string> whyNot(bool named) override
+    {
+        if (named || (isConnected(input_) && isConnected(output_)))
+            return std::nullopt;
+        return "a script asks with --prompt lines";
+    }
+    int run(int, char**, const Serve& serve) override
+    {
+        return serve([this](const UserInterface::Surroundings& around) {
+            return std::make_unique<LineInterface>(around, input_, output_);
+        });
+    }
+
+private:
+    const int input_;
+    const int output_;
+};
+
+}
+
+std::unique_ptr<FrontEnd> lineFrontEnd(int input, int output)
 {
-    return [input, output](const UserInterface::Surroundings& around) {
-        return std::make_unique<LineInterface>(around, input, output);
-    };
+    return std::make_unique<LineFrontEnd>(input, output);
 }
 
 }

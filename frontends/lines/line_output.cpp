@@ -55,7 +55,7 @@ void LineOutput::write(const Json& event)
     // Texts were made valid where they were put in; what is left is replaced, never thrown on.
     const std::string line = event.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         if (broken_ || writer_(line))
             return;
         broken_ = true;
@@ -67,7 +67,7 @@ void LineOutput::write(const Json& event)
 
 bool LineOutput::isBroken() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return broken_;
 }
 

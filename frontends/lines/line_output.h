@@ -1,9 +1,9 @@
 #pragma once
 
+#include "foundation/mutex.h"
 #include "wire_json/record_json.h"
 
 #include <functional>
-#include <mutex>
 #include <string_view>
 
 namespace vossel {
@@ -30,8 +30,8 @@ public:
 private:
     const Writer writer_;
     const std::function<void()> whenBroken_;
-    mutable std::mutex mutex_;
-    bool broken_ = false; // guarded by mutex_
+    mutable Mutex mutex_;
+    bool broken_ VOSSEL_GUARDED_BY(mutex_) = false;
 };
 
 // Writes to a descriptor that stays open as long as the writer is used. A reader that takes nothing

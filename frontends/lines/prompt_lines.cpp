@@ -68,7 +68,7 @@ void PromptLines::opened(Prompt prompt, const char* kind)
     const auto& wait = manager_->shownWait();
     if (!wait)
         return;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     // Answered before anybody could see it. While this lock is held its end cannot be told, so a
     // prompt that is told here is told before its end.
     if (wait->isOver())
@@ -92,7 +92,7 @@ void PromptLines::closed(const Prompt& prompt)
 void PromptLines::didDeliverResponse(
     const user_prompt_response& response, QueryWait::Outcome outcome)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto id = std::exchange(shown_, std::nullopt);
     if (!id)
         return;
@@ -198,7 +198,7 @@ void PromptLines::tellState()
     if (std::holds_alternative<std::monostate>(open_))
         return;
     const Json state = stateOf(open_);
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (shown_ == id_)
         output_.write({{"event", "state"}, {"id", id_}, {"state", state}});
 }

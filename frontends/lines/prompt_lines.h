@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agent/driver_link_interfaces.h"
+#include "foundation/mutex.h"
 #include "frontends/lines/line_command.h"
 #include "platform/clock.h"
 #include "ui/prompt/prompt_presenter.h"
@@ -9,7 +10,6 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -81,8 +81,9 @@ private:
     std::int64_t leftAlone_ = 0; // the prompt whose end is waited for
     std::deque<Waiting> commands_;
 
-    std::mutex mutex_; // taken before the output's own
-    std::optional<std::int64_t> shown_; // guarded by mutex_: the prompt whose end is still to come
+    Mutex mutex_; // taken before the output's own
+    // The prompt whose end is still to come.
+    std::optional<std::int64_t> shown_ VOSSEL_GUARDED_BY(mutex_);
 };
 
 }

@@ -2,6 +2,7 @@
 
 #include "agent/filter_status.h"
 #include "frontends/terminal/hang_up_filter.h"
+#include "frontends/terminal/terminal_choice.h"
 #include "frontends/terminal/terminal_messages.h"
 #include "frontends/terminal/terminal_prompts.h"
 #include "hosts/desktop/qt_descriptor_watch.h"
@@ -10,6 +11,7 @@
 #include "platform/threads.h"
 
 #include <signal.h>
+#include <unistd.h>
 
 #include <utility>
 
@@ -38,11 +40,16 @@ public:
     {
     }
 
-    AlertSound& alertSound() override { return prompts_; }
-    NotificationCentre& notifications() override { return notifications_; }
-    Notices& notices() override { return notices_; }
-    ProcessControl& processControl() override { return hangUps_; }
-    WindowSystem& windows() override { return windows_; }
+    UserServices services() override
+    {
+        return {
+            .notifications = notifications_,
+            .notices = notices_,
+            .windows = windows_,
+            .processControl = hangUps_,
+            .alertSound = prompts_,
+        };
+    }
     PersonQuestion* question() override { return &prompts_; }
     PromptPresenter& presenter() override { return prompts_; }
     ResponseListener& responses() override { return prompts_; }
@@ -73,13 +80,43 @@ private:
     SignalCalls resizes_;
 };
 
+class TerminalFrontEnd final : public FrontEnd {
+public:
+    explicit TerminalFrontEnd(const TerminalOptions& options)
+        : options_(options)
+    {
+    }
+
+    std::string_view name() const override { return "terminal"; }
+    std::optional<std::string> whyNot(bool) override
+    {
+        if (options_.logToStandardError && ::isatty(STDERR_FILENO))
+            return "the log would be written over the prompts; redirect it: 2>FILE";
+        auto terminals = TerminalChoice::open();
+        if (!terminals)
+            return terminals.reason();
+        terminals_ = std::move(*terminals);
+        if (options_.ownTerminalOnly)
+            terminals_->useOwnOnly();
+        return std::nullopt;
+    }
+    int run(int, char**, const Serve& serve) override
+    {
+        return serve([this](const UserInterface::Surroundings& around) {
+            return std::make_unique<TerminalInterface>(around, std::move(*terminals_));
+        });
+    }
+
+private:
+    const TerminalOptions options_;
+    std::optional<TerminalChoice> terminals_; // the user's, once they are known to be there
+};
+
 }
 
-UserInterface::Factory terminalInterface(TerminalChoice terminals)
+std::unique_ptr<FrontEnd> terminalFrontEnd(const TerminalOptions& options)
 {
-    return [terminals = std::move(terminals)](const UserInterface::Surroundings& around) {
-        return std::make_unique<TerminalInterface>(around, terminals);
-    };
+    return std::make_unique<TerminalFrontEnd>(options);
 }
 
 }

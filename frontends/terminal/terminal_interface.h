@@ -1,12 +1,18 @@
 #pragma once
 
-#include "app/user_interface.h"
-#include "frontends/terminal/terminal_choice.h"
+#include "app/front_end.h"
+
+#include <memory>
 
 namespace vossel {
 
+struct TerminalOptions {
+    bool ownTerminalOnly = false; // never on the terminals of programs
+    bool logToStandardError = false;
+};
+
 // The user sits at a terminal. It may vanish: the agent then goes on with those of the programs
 // that it asks about.
-[[nodiscard]] UserInterface::Factory terminalInterface(TerminalChoice terminals);
+[[nodiscard]] std::unique_ptr<FrontEnd> terminalFrontEnd(const TerminalOptions& options);
 
 }

@@ -1,18 +1,23 @@
 #include "frontends/windows/window_interface.h"
 
-// In the place of window_interface.cpp where the build leaves the windows out.
+// Stands in the place of window_interface.cpp where the build leaves the windows out.
 
 namespace vossel {
 
-Result<WindowPlatform> windowPlatformHere()
-{
-    return Failure{"this build shows no windows"};
+namespace {
+
+class AbsentWindows final : public FrontEnd {
+public:
+    std::string_view name() const override { return "windows"; }
+    std::optional<std::string> whyNot(bool) override { return "this build shows no windows"; }
+    int run(int, char**, const Serve&) override { return 2; }
+};
+
 }
 
-int withWindows(
-    WindowPlatform, int, char**, const std::function<int(const UserInterface::Factory&)>&)
+std::unique_ptr<FrontEnd> windowFrontEnd()
 {
-    return 2;
+    return std::make_unique<AbsentWindows>();
 }
 
 }

@@ -1,5 +1,6 @@
 #include "frontends/windows/notice_windows.h"
 
+#include "foundation/mutex.h"
 #include "frontends/windows/press_button.h"
 #include "frontends/windows/program_icons.h"
 #include "frontends/windows/sharp_pixmap.h"
@@ -17,9 +18,7 @@
 #include <QWindow>
 
 #include <algorithm>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 
 namespace vossel {
 
@@ -112,9 +111,9 @@ void NoticeWindows::displayAndWait(const Notice& notice)
         return;
     }
     struct Wait {
-        std::mutex mutex;
-        std::condition_variable changed;
-        bool over = false;
+        Mutex mutex;
+        Condition changed;
+        bool over VOSSEL_GUARDED_BY(mutex) = false;
     };
     // What is not begun when the main thread has ended is never shown.
     bool begun = false;
@@ -122,15 +121,15 @@ void NoticeWindows::displayAndWait(const Notice& notice)
     mainThread_.performAndWait([this, notice, wait, &begun] {
         begun = true;
         show(notice, [wait] {
-            const std::lock_guard lock(wait->mutex);
+            const MutexLock lock(wait->mutex);
             wait->over = true;
-            wait->changed.notify_all();
+            wait->changed.notifyAll();
         });
     });
     if (!begun)
         return;
-    std::unique_lock lock(wait->mutex);
-    wait->changed.wait(lock, [&] { return wait->over; });
+    MutexLock lock(wait->mutex);
+    wait->changed.wait(lock, [&]() VOSSEL_REQUIRES(wait->mutex) { return wait->over; });
 }
 
 void NoticeWindows::show(const Notice& notice, std::function<void()> dismissed)

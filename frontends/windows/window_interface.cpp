@@ -24,7 +24,7 @@ namespace vossel {
 namespace {
 
 constexpr std::int32_t noticeSeconds = 10;
-constexpr int mostCachedPixmaps = 1024; // kB
+constexpr int maxCachedPixmaps = 1024; // kB
 
 struct Origins {
     std::unique_ptr<InputOrigins> of;
@@ -82,11 +82,16 @@ public:
         setDark(isDarkByPalette());
     }
 
-    AlertSound& alertSound() override { return prompts_; }
-    NotificationCentre& notifications() override { return notifications_; }
-    Notices& notices() override { return notices_; }
-    ProcessControl& processControl() override { return around_.processControl; }
-    WindowSystem& windows() override { return windows_; }
+    UserServices services() override
+    {
+        return {
+            .notifications = notifications_,
+            .notices = notices_,
+            .windows = windows_,
+            .processControl = around_.processControl,
+            .alertSound = prompts_,
+        };
+    }
     PersonQuestion* question() override { return &question_; }
     PromptPresenter& presenter() override { return prompts_; }
     ResponseListener& responses() override { return *this; }
@@ -139,25 +144,39 @@ private:
     DarkDesktop dark_;
 };
 
+class WindowFrontEnd final : public FrontEnd {
+public:
+    std::string_view name() const override { return "windows"; }
+    std::optional<std::string> whyNot(bool) override
+    {
+        auto platform = windowPlatform();
+        if (!platform)
+            return platform.reason();
+        platform_ = std::move(*platform);
+        return std::nullopt;
+    }
+    int run(int argc, char** argv, const Serve& serve) override
+    {
+        qputenv("QT_QPA_PLATFORM", platform_.name.c_str());
+        const QApplication application(argc, argv);
+        platform_.connection.reset();
+        QApplication::setApplicationName("Vossel");
+        QApplication::setQuitOnLastWindowClosed(false);
+        QPixmapCache::setCacheLimit(maxCachedPixmaps);
+        return serve([](const UserInterface::Surroundings& around) {
+            return std::make_unique<WindowInterface>(around);
+        });
+    }
+
+private:
+    WindowPlatform platform_;
+};
+
 }
 
-Result<WindowPlatform> windowPlatformHere()
+std::unique_ptr<FrontEnd> windowFrontEnd()
 {
-    return windowPlatform();
-}
-
-int withWindows(WindowPlatform platform, int argc, char** argv,
-    const std::function<int(const UserInterface::Factory&)>& serve)
-{
-    qputenv("QT_QPA_PLATFORM", platform.name.c_str());
-    const QApplication application(argc, argv);
-    platform.connection.reset();
-    QApplication::setApplicationName("Vossel");
-    QApplication::setQuitOnLastWindowClosed(false);
-    QPixmapCache::setCacheLimit(mostCachedPixmaps);
-    return serve([](const UserInterface::Surroundings& around) {
-        return std::make_unique<WindowInterface>(around);
-    });
+    return std::make_unique<WindowFrontEnd>();
 }
 
 }

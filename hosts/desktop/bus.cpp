@@ -29,7 +29,7 @@ SystemBus::~SystemBus()
 
 QDBusConnection SystemBus::connection()
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     QDBusConnection known(name_);
     if (known.isConnected())
         return known;

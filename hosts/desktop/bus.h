@@ -1,11 +1,12 @@
 #pragma once
 
+#include "foundation/mutex.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QString>
 
 #include <chrono>
-#include <mutex>
 
 namespace vossel {
 
@@ -24,7 +25,7 @@ public:
 
 private:
     const QString name_;
-    std::mutex mutex_; // one thread connects
+    Mutex mutex_; // held while connecting, so that one thread does
 };
 
 // Calls and waits without running an event loop. Every failure is a message that is no reply.

@@ -1,6 +1,9 @@
 #include "hosts/desktop/polkit_helper.h"
 
 #include "foundation/log.h"
+#include "hosts/linux/packet.h"
+#include "hosts/linux/packet_socket.h"
+#include "hosts/linux/process_life.h"
 
 #include <QSocketNotifier>
 
@@ -9,8 +12,6 @@
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
-#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,8 +26,8 @@ namespace {
 
 using Kind = PolkitHelperLine::Kind;
 
-constexpr std::size_t longestLine = 8192; // PAM's longest text, every byte of it escaped, is 2 KiB
-constexpr std::size_t longestAnswer = 510;
+constexpr std::size_t maxLineSize = 8192; // PAM's longest text, every byte of it escaped, is 2 KiB
+constexpr std::size_t maxAnswerSize = 510;
 
 // The attributes of a program that inherits nothing: neither blocked nor ignored signals, nor the
 // terminal, where a module of PAM's would ask beside us.
@@ -90,11 +91,10 @@ PolkitHelper::Notifier PolkitHelper::notify(int fd, void (PolkitHelper::*call)()
 // 0, or why the program did not start.
 int PolkitHelper::spawn(const std::string& program, const std::string& user)
 {
-    std::array<int, 2> ends{};
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
+    auto [ours, theirs] = socketPair(SOCK_STREAM);
+    if (!ours)
         return errno;
-    socket_.reset(ends[0]);
-    const UniqueFd theirs(ends[1]);
+    socket_ = std::move(ours);
     const SpawnSettings settings(theirs.get());
     std::string path = program;
     std::string name = user;
@@ -105,7 +105,7 @@ int PolkitHelper::spawn(const std::string& program, const std::string& user)
             &settings.attributes, arguments.data(), environment.data()))
         return error;
     pid_ = started;
-    process_.reset(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
+    process_ = openProcess(pid_);
     return process_ ? 0 : errno;
 }
 
@@ -127,7 +127,7 @@ bool PolkitHelper::start(
 void PolkitHelper::answer(std::string_view line)
 {
     const std::size_t end
-        = std::min(line.find_first_of(std::string_view("\n\0", 2)), longestAnswer);
+        = std::min(line.find_first_of(std::string_view("\n\0", 2)), maxAnswerSize);
     if (!send(line.substr(0, end)))
         logText("polkit's helper takes no answer");
 }
@@ -135,14 +135,10 @@ void PolkitHelper::answer(std::string_view line)
 // In one piece and without a copy, for it may be a password.
 bool PolkitHelper::send(std::string_view line) const
 {
-    char lineBreak = '\n';
-    std::array<iovec, 2> pieces
-        = {{{const_cast<char*>(line.data()), line.size()}, {&lineBreak, 1}}};
-    msghdr message = {};
-    message.msg_iov = pieces.data();
-    message.msg_iovlen = pieces.size();
-    return ::sendmsg(socket_.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL)
-        == static_cast<ssize_t>(line.size() + 1);
+    constexpr std::string_view lineBreak = "\n";
+    return sendPacket(
+               socket_.get(), {std::as_bytes(std::span(line)), std::as_bytes(std::span(lineBreak))})
+        == Sent::Yes;
 }
 
 // Asked after each call of the listener's, which may have destroyed it.
@@ -169,7 +165,7 @@ void PolkitHelper::read()
         pending_.erase(0, end + 1);
         hear(line);
     }
-    if (runs(self) && pending_.size() > longestLine)
+    if (runs(self) && pending_.size() > maxLineSize)
         conclude();
 }
 

@@ -37,28 +37,28 @@ void QtMainThread::performAndWait(const std::function<void()>& task)
     }
     const auto handedOver = std::make_shared<Task>(Task{[&task] { task(); }});
     enqueue(handedOver);
-    std::unique_lock lock(mutex_);
-    done_.wait(lock, [&] { return handedOver->done; });
+    MutexLock lock(mutex_);
+    done_.wait(lock, [&]() VOSSEL_REQUIRES(mutex_) { return doneOf(*handedOver); });
 }
 
 void QtMainThread::shutDown()
 {
     std::deque<std::shared_ptr<Task>> dropped; // destroyed without the lock
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     shutDown_ = true;
     dropped.swap(tasks_);
     for (const auto& task : dropped)
-        task->done = true;
-    done_.notify_all();
+        doneOf(*task) = true;
+    done_.notifyAll();
 }
 
 // Each task has one wake-up of its own, so that a nested loop takes up where the outer one stands.
 void QtMainThread::enqueue(std::shared_ptr<Task> task)
 {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         if (shutDown_) {
-            task->done = true;
+            doneOf(*task) = true;
             return;
         }
         tasks_.push_back(std::move(task));
@@ -72,7 +72,7 @@ void QtMainThread::runNext()
 {
     std::shared_ptr<Task> task;
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         if (tasks_.empty())
             return;
         task = std::move(tasks_.front());
@@ -85,9 +85,9 @@ void QtMainThread::runNext()
     } catch (...) {
         logText("a task of the main thread failed");
     }
-    const std::lock_guard lock(mutex_);
-    task->done = true;
-    done_.notify_all();
+    const MutexLock lock(mutex_);
+    doneOf(*task) = true;
+    done_.notifyAll();
 }
 
 }

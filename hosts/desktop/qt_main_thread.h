@@ -1,13 +1,12 @@
 #pragma once
 
+#include "foundation/mutex.h"
 #include "platform/threads.h"
 
 #include <QObject>
 
-#include <condition_variable>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 namespace vossel {
@@ -32,18 +31,20 @@ public:
 private:
     struct Task {
         std::function<void()> run;
-        bool done = false; // guarded by mutex_; also set when it was dropped
+        bool done = false; // see doneOf()
     };
 
     void enqueue(std::shared_ptr<Task> task);
     void runNext();
+    // A task cannot name the lock that guards it. One that was dropped counts as done.
+    [[nodiscard]] bool& doneOf(Task& task) VOSSEL_REQUIRES(mutex_) { return task.done; }
 
     const std::thread::id thread_;
     QObject receiver_;
-    std::mutex mutex_;
-    std::condition_variable done_;
-    std::deque<std::shared_ptr<Task>> tasks_; // guarded by mutex_
-    bool shutDown_ = false; // guarded by mutex_
+    Mutex mutex_;
+    Condition done_;
+    std::deque<std::shared_ptr<Task>> tasks_ VOSSEL_GUARDED_BY(mutex_);
+    bool shutDown_ VOSSEL_GUARDED_BY(mutex_) = false;
 };
 
 }

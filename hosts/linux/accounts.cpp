@@ -28,13 +28,13 @@ struct Account {
 // What a name service look-up says; `Unknown` is its definite "there is none".
 enum class LookUp { Found, Unknown, Failed };
 
-constexpr std::size_t largestEntry = 1024 * 1024;
+constexpr std::size_t maxEntrySize = 1024 * 1024;
 
 // Calls a getpwnam_r or its like with a buffer that is large enough.
 template <class Entry, class Call>
 LookUp lookUp(std::vector<char>& buffer, Entry& entry, const Call& call)
 {
-    for (buffer.resize(1024); buffer.size() <= largestEntry; buffer.resize(buffer.size() * 4)) {
+    for (buffer.resize(1024); buffer.size() <= maxEntrySize; buffer.resize(buffer.size() * 4)) {
         Entry* found = nullptr;
         int error = 0;
         do {

@@ -7,11 +7,11 @@ namespace vossel {
 namespace {
 
 // Waiting for longer is waiting for ever; later instants would overflow in nanoseconds.
-constexpr std::chrono::hours longestWait(24 * 365);
+constexpr std::chrono::hours maxWait(24 * 365);
 
 LinuxClock::Instant withinReach(LinuxClock::Instant deadline, LinuxClock::Instant now)
 {
-    return std::clamp(deadline, now, now + longestWait);
+    return std::clamp(deadline, now, now + maxWait);
 }
 
 }
@@ -26,24 +26,25 @@ std::chrono::system_clock::time_point LinuxClock::wallTime() const
     return std::chrono::system_clock::now();
 }
 
-bool LinuxClock::waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
-    Instant deadline, const std::function<bool()>& predicate)
+bool LinuxClock::waitUntil(
+    MutexLock& lock, Condition& condition, Instant deadline, const std::function<bool()>& predicate)
 {
-    return condition.wait_until(lock, withinReach(deadline, now()), predicate);
+    return condition.waitUntil(lock, withinReach(deadline, now()), predicate);
 }
 
 bool LinuxClock::sleep(Duration duration)
 {
-    const auto bounded = std::clamp<Duration>(duration, Duration::zero(), longestWait);
-    std::unique_lock lock(lock_);
-    return !stopping_.wait_until(lock, now() + bounded, [this] { return stopped_; });
+    const auto bounded = std::clamp<Duration>(duration, Duration::zero(), maxWait);
+    MutexLock lock(lock_);
+    return !stopping_.waitUntil(
+        lock, now() + bounded, [this]() VOSSEL_REQUIRES(lock_) { return stopped_; });
 }
 
 void LinuxClock::stop()
 {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     stopped_ = true;
-    stopping_.notify_all();
+    stopping_.notifyAll();
 }
 
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/mutex.h"
 #include "platform/clock.h"
 
 namespace vossel {
@@ -10,8 +11,8 @@ class LinuxClock final : public Clock {
 public:
     [[nodiscard]] Instant now() const override;
     [[nodiscard]] std::chrono::system_clock::time_point wallTime() const override;
-    bool waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
-        Instant deadline, const std::function<bool()>& predicate) override;
+    bool waitUntil(MutexLock& lock, Condition& condition, Instant deadline,
+        const std::function<bool()>& predicate) override;
     [[nodiscard]] bool sleep(Duration duration) override;
 
     // The program is to end: every sleep, now and later, returns false at once. From any thread,
@@ -19,9 +20,9 @@ public:
     void stop();
 
 private:
-    std::mutex lock_;
-    std::condition_variable stopping_;
-    bool stopped_ = false; // guarded by lock_
+    Mutex lock_;
+    Condition stopping_;
+    bool stopped_ VOSSEL_GUARDED_BY(lock_) = false;
 };
 
 }

@@ -14,11 +14,11 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t largestEntry = 262'144; // translations take up to 100 KB
-constexpr std::size_t largestScript = 65'536;
-constexpr std::size_t mostEntries = 4096;
-constexpr std::size_t mostDataFolders = 32;
-constexpr int deepestFolder = 4;
+constexpr std::size_t maxEntrySize = 262'144; // translations take up to 100 KB
+constexpr std::size_t maxScriptSize = 65'536;
+constexpr std::size_t maxEntries = 4096;
+constexpr std::size_t maxDataFolders = 32;
+constexpr int maxDepth = 4;
 constexpr std::string_view ending = ".desktop";
 
 // Not PATH, which is the user's.
@@ -125,7 +125,7 @@ std::vector<std::string> DesktopEntries::systemFolders()
     // Nothing in this program writes the environment.
     const char* named = std::getenv("XDG_DATA_DIRS"); // NOLINT(concurrency-mt-unsafe)
     std::string_view left = named ? named : "";
-    while (!left.empty() && folders.size() < mostDataFolders) {
+    while (!left.empty() && folders.size() < maxDataFolders) {
         const auto end = std::min(left.find(':'), left.size());
         const std::string_view name = left.substr(0, end);
         const std::string folder(name.substr(0, name.find_last_not_of('/') + 1));
@@ -228,11 +228,11 @@ void DesktopEntries::readFolder(const std::string& folder, const std::string& pr
         return std::string(folder).append(1, '/').append(name);
     };
     for (const std::string& name : names)
-        if (ids_.size() < mostEntries)
+        if (ids_.size() < maxEntries)
             addEntry(
                 inside(name), std::string(prefix).append(name, 0, name.size() - ending.size()));
     for (const std::string& name : folders)
-        if (depth < deepestFolder && stamps_.size() < mostEntries)
+        if (depth < maxDepth && stamps_.size() < maxEntries)
             readFolder(inside(name), std::string(prefix).append(name).append(1, '-'), depth + 1);
 }
 
@@ -240,7 +240,7 @@ void DesktopEntries::addEntry(const std::string& path, const std::string& id)
 {
     if (!ids_.insert(id).second)
         return;
-    if (const auto content = files_.read(path, largestEntry))
+    if (const auto content = files_.read(path, maxEntrySize))
         if (const auto entry = parseDesktopEntry(*content))
             claim(*entry, id);
 }
@@ -278,7 +278,7 @@ void DesktopEntries::claimWrapped(const std::string& script, const Claim& claim)
 {
     if (!files_.isScript(script))
         return;
-    const auto content = files_.read(script, largestScript);
+    const auto content = files_.read(script, maxScriptSize);
     const std::string word = content ? executedBy(*content) : std::string();
     const auto slash = word.rfind('/');
     if (slash == std::string::npos)

@@ -10,7 +10,7 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t longestValue = 4096;
+constexpr std::size_t maxValueSize = 4096;
 
 std::string_view trimmed(std::string_view text)
 {
@@ -115,7 +115,7 @@ std::optional<DesktopEntry> parseDesktopEntry(std::string_view content)
             continue;
         std::string* value = values.of(trimmed(line.substr(0, equals)));
         const std::string_view text = trimmed(line.substr(equals + 1));
-        if (value && text.size() <= longestValue && text.find('\0') == std::string_view::npos)
+        if (value && text.size() <= maxValueSize && text.find('\0') == std::string_view::npos)
             *value = unescaped(text);
     }
     DesktopEntry entry;

@@ -1,15 +1,14 @@
 #include "hosts/linux/driver_connection.h"
 
 #include "foundation/log.h"
+#include "hosts/linux/packet.h"
+#include "hosts/linux/packet_socket.h"
 #include "wire/driver_messages.h"
-#include "wire/driver_transport.h"
 
 #include <climits>
 
-#include <linux/sockios.h>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -26,12 +25,6 @@ namespace {
 Clock::Instant instant()
 {
     return std::chrono::time_point_cast<Clock::Duration>(std::chrono::steady_clock::now());
-}
-
-iovec piece(const void* data, std::size_t size)
-{
-    // The kernel only reads what is sent; the structure serves both ways.
-    return {const_cast<void*>(data), size}; // NOLINT(cppcoreguidelines-pro-type-const-cast)
 }
 
 }
@@ -72,7 +65,7 @@ DriverStatus LinuxDriverConnection::call(std::uint32_t selector, std::span<const
     // A driver that releases the port may close its end before it answers.
     const bool releases = selector == METHOD_RELEASE_PORT;
     Exchange exchange{{PACKET_CALL, selector}, input, -1, output};
-    const std::lock_guard guard(callLock_);
+    const MutexLock guard(callLock_);
     if (releases)
         beginPortChange();
     const DriverStatus status = exchangeLocked(exchange);
@@ -84,25 +77,24 @@ DriverStatus LinuxDriverConnection::call(std::uint32_t selector, std::span<const
 
 PortName LinuxDriverConnection::createNotificationPort()
 {
-    const std::lock_guard guard(portLock_);
+    const MutexLock guard(portLock_);
     return ++portName_;
 }
 
 DriverStatus LinuxDriverConnection::setNotificationPort(PortName port)
 {
-    const std::lock_guard guard(callLock_);
+    const MutexLock guard(callLock_);
     {
-        const std::lock_guard portGuard(portLock_);
+        const MutexLock portGuard(portLock_);
         if (port == 0 || port != portName_)
             return driverUnreachable;
     }
-    std::array<int, 2> ends = {-1, -1};
-    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+    auto [kept, theirs] = socketPair();
+    if (!kept) {
         logText("notification port: %@", errorText(errno));
         return driverUnreachable;
     }
-    auto ours = std::make_shared<UniqueFd>(ends[0]);
-    UniqueFd theirs(ends[1]);
+    auto ours = std::make_shared<UniqueFd>(std::move(kept));
     beginPortChange();
     Exchange exchange{{PACKET_SET_PORT, 0}, {}, theirs.get(), {}};
     const DriverStatus status = exchangeLocked(exchange);
@@ -112,14 +104,14 @@ DriverStatus LinuxDriverConnection::setNotificationPort(PortName port)
 
 void LinuxDriverConnection::beginPortChange()
 {
-    const std::lock_guard guard(portLock_);
+    const MutexLock guard(portLock_);
     portChanging_ = true;
 }
 
 void LinuxDriverConnection::endPortChange(bool changed, std::shared_ptr<UniqueFd> replacement)
 {
     {
-        const std::lock_guard guard(portLock_);
+        const MutexLock guard(portLock_);
         portChanging_ = false;
         // The end before is closed after the lock, or by the receive that still waits on it.
         if (changed)
@@ -134,7 +126,7 @@ DriverStatus LinuxDriverConnection::exchangeLocked(Exchange& exchange)
 {
     if (closed_)
         return driverUnreachable;
-    if (sizeof(CallHeader) + exchange.input.size() > largestPacket) {
+    if (sizeof(CallHeader) + exchange.input.size() > maxPacketSize) {
         logText("driver call: the input is larger than a packet");
         return driverUnreachable;
     }
@@ -154,61 +146,46 @@ bool LinuxDriverConnection::sendLocked(const Exchange& exchange, Clock::Instant 
         logText("driver connection: ended, or a reply that nobody asked for");
         return false;
     }
-    std::array<iovec, 2> pieces = {piece(&exchange.header, sizeof exchange.header),
-        piece(exchange.input.data(), exchange.input.size())};
-    msghdr message = {};
-    message.msg_iov = pieces.data();
-    message.msg_iovlen = pieces.size();
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control = {};
-    if (exchange.descriptor >= 0) {
-        message.msg_control = control.data();
-        message.msg_controllen = control.size();
-        cmsghdr* header = CMSG_FIRSTHDR(&message);
-        header->cmsg_level = SOL_SOCKET;
-        header->cmsg_type = SCM_RIGHTS;
-        header->cmsg_len = CMSG_LEN(sizeof(int));
-        std::memcpy(CMSG_DATA(header), &exchange.descriptor, sizeof(int));
-    }
-    while (::sendmsg(socket_.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT) < 0) {
+    const auto header = std::as_bytes(std::span(&exchange.header, 1));
+    for (;;) {
+        const Sent sent = sendPacket(socket_.get(), {header, exchange.input}, exchange.descriptor);
+        if (sent == Sent::Yes)
+            return true;
         const int error = errno;
-        if (error == EINTR || (error == EAGAIN && waitFor(POLLOUT, deadline)))
+        if (error == EAGAIN && waitFor(POLLOUT, deadline))
             continue;
         logText("driver call: not sent: %@", errorText(error));
         return false;
     }
-    return true;
 }
 
 bool LinuxDriverConnection::receiveReplyLocked(Exchange& exchange, Clock::Instant deadline)
 {
-    std::array<iovec, 2> pieces = {piece(&exchange.reply, sizeof exchange.reply),
-        piece(exchange.output.data(), exchange.output.size())};
-    msghdr message = {};
-    message.msg_iov = pieces.data();
-    message.msg_iovlen = pieces.size();
-    for (;;) {
-        const auto size = ::recvmsg(socket_.get(), &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
-        if (size < 0 && errno == EINTR)
-            continue;
-        if (size < 0 && errno == EAGAIN) {
-            if (waitFor(POLLIN, deadline))
-                continue;
+    Packet packet = receivePacket(socket_.get());
+    while (packet.state == Packet::State::Nothing) {
+        if (!waitFor(POLLIN, deadline)) {
             logText("driver call: no reply in time");
             return false;
         }
-        if (size < 0) {
-            logText("driver call: %@", errorText(errno));
-            return false;
-        }
-        const auto length = static_cast<std::size_t>(size);
-        if (length < sizeof(ReplyHeader) || (message.msg_flags & MSG_TRUNC) != 0) {
-            logText(length == 0 ? "driver call: the driver has gone"
-                                : "driver call: the reply has a wrong size");
-            return false;
-        }
-        exchange.received = length - sizeof(ReplyHeader);
-        return true;
+        packet = receivePacket(socket_.get());
     }
+    if (packet.state == Packet::State::End) {
+        logText(
+            "driver call: %@", packet.error != 0 ? errorText(packet.error) : "the driver has gone");
+        return false;
+    }
+    constexpr std::size_t headerSize = sizeof exchange.reply;
+    const std::span<const std::byte> bytes = packet.bytes;
+    if (packet.state == Packet::State::Malformed || bytes.size() < headerSize
+        || bytes.size() - headerSize > exchange.output.size()) {
+        logText("driver call: the reply has a wrong size");
+        return false;
+    }
+    std::memcpy(&exchange.reply, bytes.data(), headerSize);
+    const auto output = bytes.subspan(headerSize);
+    std::copy(output.begin(), output.end(), exchange.output.begin());
+    exchange.received = output.size();
+    return true;
 }
 
 bool LinuxDriverConnection::waitFor(short events, Clock::Instant deadline) const
@@ -230,28 +207,21 @@ bool LinuxDriverConnection::waitFor(short events, Clock::Instant deadline) const
 LinuxDriverConnection::Taken LinuxDriverConnection::take(int port, std::vector<std::byte>& message)
 {
     for (;;) {
-        message.resize(largestPacket);
-        const auto size
-            = ::recv(port, message.data(), message.size(), MSG_DONTWAIT | MSG_TRUNC | MSG_NOSIGNAL);
-        if (size < 0 && errno == EINTR)
-            continue;
-        if (size < 0)
-            return errno == EAGAIN ? Taken::Nothing : Taken::End;
-        const auto length = static_cast<std::size_t>(size);
-        if (length > largestPacket) {
-            logText("notification port: dropped a message of %@ bytes", std::to_string(length));
-            continue;
-        }
-        if (length > 0) {
-            message.resize(length);
+        Packet packet = receivePacket(port);
+        switch (packet.state) {
+        case Packet::State::Nothing:
+            return Taken::Nothing;
+        case Packet::State::End:
+            return Taken::End;
+        case Packet::State::Malformed:
+            logText("notification port: dropped a message that is no packet of a driver's");
+            break;
+        case Packet::State::Whole:
+            if (packet.bytes.empty())
+                break; // says nothing
+            message = std::move(packet.bytes);
             return Taken::Message;
         }
-        // An empty message looks like the end; only the end has nothing behind it, and stays.
-        pollfd state = {port, POLLIN | POLLRDHUP, 0};
-        int queued = 0;
-        if (::poll(&state, 1, 0) > 0 && (state.revents & (POLLRDHUP | POLLHUP)) != 0
-            && ::ioctl(port, SIOCINQ, &queued) == 0 && queued == 0)
-            return Taken::End;
     }
 }
 
@@ -259,7 +229,7 @@ LinuxDriverConnection::Taken LinuxDriverConnection::take(int port, std::vector<s
 // between.
 bool LinuxDriverConnection::isBeingReplaced(const std::shared_ptr<UniqueFd>& port)
 {
-    const std::lock_guard guard(portLock_);
+    const MutexLock guard(portLock_);
     return portChanging_ || port_ != port;
 }
 
@@ -269,7 +239,7 @@ bool LinuxDriverConnection::receive(std::vector<std::byte>& message)
     while (!closed_) {
         std::shared_ptr<UniqueFd> port;
         {
-            const std::lock_guard guard(portLock_);
+            const MutexLock guard(portLock_);
             port = port_;
         }
         const Taken taken = port ? take(port->get(), message) : Taken::Nothing;
@@ -301,7 +271,7 @@ void LinuxDriverConnection::close()
     static_cast<void>(::write(wake_.get(), &once, sizeof once));
     std::shared_ptr<UniqueFd> port;
     {
-        const std::lock_guard guard(portLock_);
+        const MutexLock guard(portLock_);
         port = port_;
     }
     if (port)

@@ -1,27 +1,25 @@
 #pragma once
 
 #include "foundation/files.h"
+#include "foundation/mutex.h"
 #include "platform/clock.h"
 #include "platform/driver_service.h"
 
 #include <atomic>
-#include <mutex>
 
 namespace vossel {
 
-// One packet socket to the driver, and the receiving end of the notification port. Locks, in this
-// order, neither held while anybody else's code runs:
-//   callLock_  the call socket's packets: one exchange at a time, each reply paired with its call
-//   portLock_  which end notifications are received on; never held while waiting
+// Owns one packet socket to the driver and the receiving end of the notification port; must not
+// know what calls and notifications mean. Neither lock is held while anybody else's code runs.
 // The descriptors themselves are closed by the destructor only, so none is reused under a waiter;
 // close() shuts them down instead.
 class LinuxDriverConnection final : public DriverConnection {
 public:
-    static constexpr Clock::Duration replyBound = std::chrono::seconds(5);
+    static constexpr Clock::Duration maxReplyTime = std::chrono::seconds(5);
 
     // Null when the system has no descriptor left. `socket` is a connected SOCK_SEQPACKET socket.
     [[nodiscard]] static std::shared_ptr<LinuxDriverConnection> create(
-        UniqueFd socket, Clock::Duration replyTimeout = replyBound);
+        UniqueFd socket, Clock::Duration replyTimeout = maxReplyTime);
     LinuxDriverConnection(UniqueFd socket, UniqueFd wake, Clock::Duration replyTimeout);
 
     [[nodiscard]] DriverStatus call(std::uint32_t selector, std::span<const std::byte> input,
@@ -38,13 +36,16 @@ private:
     struct Exchange;
     enum class Taken { Message, Nothing, End };
 
-    [[nodiscard]] DriverStatus exchangeLocked(Exchange& exchange);
-    [[nodiscard]] bool sendLocked(const Exchange& exchange, Clock::Instant deadline);
-    [[nodiscard]] bool receiveReplyLocked(Exchange& exchange, Clock::Instant deadline);
+    [[nodiscard]] DriverStatus exchangeLocked(Exchange& exchange) VOSSEL_REQUIRES(callLock_);
+    [[nodiscard]] bool sendLocked(const Exchange& exchange, Clock::Instant deadline)
+        VOSSEL_REQUIRES(callLock_);
+    [[nodiscard]] bool receiveReplyLocked(Exchange& exchange, Clock::Instant deadline)
+        VOSSEL_REQUIRES(callLock_);
     [[nodiscard]] bool waitFor(short events, Clock::Instant deadline) const;
-    void beginPortChange();
+    void beginPortChange() VOSSEL_REQUIRES(callLock_);
     [[nodiscard]] bool isBeingReplaced(const std::shared_ptr<UniqueFd>& port);
-    void endPortChange(bool changed, std::shared_ptr<UniqueFd> replacement);
+    void endPortChange(bool changed, std::shared_ptr<UniqueFd> replacement)
+        VOSSEL_REQUIRES(callLock_);
     [[nodiscard]] static Taken take(int port, std::vector<std::byte>& message);
 
     const UniqueFd socket_;
@@ -52,14 +53,15 @@ private:
     const Clock::Duration replyTimeout_;
     std::atomic<bool> closed_ = false;
 
-    std::mutex callLock_;
-
-    std::mutex portLock_;
-    PortName portName_ = 0; // guarded by portLock_
-    std::shared_ptr<UniqueFd> port_; // guarded by portLock_; shared with a waiting receive
-    // guarded by portLock_: the driver has been asked to drop the port that it has, so that its end
-    // says nothing about the connection.
-    bool portChanging_ = false;
+    // Held for one exchange at a time, so that each reply is paired with its call.
+    Mutex callLock_ VOSSEL_ACQUIRED_BEFORE(portLock_);
+    // Says which end notifications are received on; never held while waiting.
+    Mutex portLock_;
+    PortName portName_ VOSSEL_GUARDED_BY(portLock_) = 0;
+    std::shared_ptr<UniqueFd> port_ VOSSEL_GUARDED_BY(portLock_); // shared with a waiting receive
+    // The driver has been asked to drop the port that it has, so that its end says nothing about
+    // the connection.
+    bool portChanging_ VOSSEL_GUARDED_BY(portLock_) = false;
 };
 
 }

@@ -6,11 +6,11 @@
 
 namespace vossel {
 
-// The driver's socket file. Any thread.
+// Finds the driver's socket file and connects to it; owns no connection. Any thread.
 class LinuxDriverService final : public DriverService {
 public:
     explicit LinuxDriverService(
-        std::string socketPath, Clock::Duration replyTimeout = LinuxDriverConnection::replyBound);
+        std::string socketPath, Clock::Duration replyTimeout = LinuxDriverConnection::maxReplyTime);
 
     [[nodiscard]] Match match() override;
     // Only a driver of root's, or of this user's own for a trial, is talked to: another user's

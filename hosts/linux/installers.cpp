@@ -2,6 +2,7 @@
 
 #include "foundation/files.h"
 #include "hosts/linux/mount_table.h"
+#include "hosts/linux/proc_file.h"
 
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -14,7 +15,7 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t largestKernelFile = 16 * 1024 * 1024;
+constexpr std::size_t maxKernelFileSize = 16 * 1024 * 1024;
 
 // Outermost first: the front end holds the first lock for the whole installation, and passes the
 // second one to and fro. Only record locks count, which need write access: anybody who can read a
@@ -116,7 +117,7 @@ std::uint32_t LinuxInstallers::lockHolder(std::string_view lockFile) const
     if (::stat(path.c_str(), &file) != 0 || file.st_uid != owner_
         || (file.st_mode & (S_IWGRP | S_IWOTH)) != 0)
         return 0;
-    const auto locks = readFile(root_.at("/proc/locks"), largestKernelFile);
+    const auto locks = readFile(root_.at("/proc/locks"), maxKernelFileSize);
     if (!locks)
         return 0;
     // Some file systems show a file under another device number than their mount's, which is the
@@ -151,19 +152,10 @@ std::uint32_t LinuxInstallers::outermost(std::uint32_t pid) const
 
 bool LinuxInstallers::runsAsOwner(std::uint32_t pid) const
 {
-    const auto status = readFile(root_.at("/proc/" + std::to_string(pid) + "/status"), 65536);
-    if (!status)
-        return false;
-    const auto line = status->find("\nUid:");
-    if (line == std::string::npos)
-        return false;
-    std::istringstream fields(status->substr(line + 5, 64));
-    UserId real = 0;
-    UserId effective = 0;
-    UserId saved = 0;
+    const auto facts = readThreadFacts(root_, static_cast<std::int32_t>(pid));
     // A program that became root for its caller still has the caller as its real user.
-    return fields >> real >> effective >> saved && real == owner_ && effective == owner_
-        && saved == owner_;
+    return facts && facts->realUser == owner_ && facts->effectiveUser == owner_
+        && facts->savedUser == owner_;
 }
 
 }

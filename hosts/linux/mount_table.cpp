@@ -9,7 +9,7 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t largestTable = 64 * 1024 * 1024;
+constexpr std::size_t maxTableSize = 64 * 1024 * 1024;
 
 // The kernel writes blanks and backslashes as "\040": three octal digits.
 std::string unescaped(std::string_view text)
@@ -42,7 +42,7 @@ std::vector<Mount> readMounts(const SystemRoot& root, std::string_view process)
 {
     std::vector<Mount> mounts;
     const auto table
-        = readFile(root.at("/proc/" + std::string(process) + "/mountinfo"), largestTable);
+        = readFile(root.at("/proc/" + std::string(process) + "/mountinfo"), maxTableSize);
     if (!table)
         return mounts;
     std::istringstream lines(*table);

@@ -2,8 +2,8 @@
 
 #include "foundation/files.h"
 #include "hosts/linux/package_index.h"
+#include "hosts/linux/proc_file.h"
 
-#include <climits>
 #include <openssl/evp.h>
 
 #include <fcntl.h>
@@ -115,7 +115,7 @@ PackageIdentity::~PackageIdentity() = default;
 
 std::shared_ptr<const PackageIndex> PackageIdentity::index() const
 {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (!index_ || index_->stamp() != PackageIndex::stampOf(root_))
         index_ = std::make_shared<const PackageIndex>(root_);
     return index_;
@@ -134,13 +134,10 @@ ProgramIdentity PackageIdentity::identify(const std::string& path) const
     if (!fd)
         return failed(errno);
     // Where the symbolic links led, for what has just been opened.
-    std::array<char, PATH_MAX> real = {};
-    const auto length = ::readlink(
-        ("/proc/self/fd/" + std::to_string(fd.get())).c_str(), real.data(), real.size());
-    if (length <= 0)
+    const std::string real = descriptorPath(fd.get());
+    if (real.empty())
         return failed(errno);
-    const std::string_view found(real.data(), static_cast<std::size_t>(length));
-    return identify(std::string(root_.inside(found)), fd.get());
+    return identify(std::string(root_.inside(real)), fd.get());
 }
 
 ProgramIdentity PackageIdentity::identify(const std::string& path, int fd) const

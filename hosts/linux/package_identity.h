@@ -1,10 +1,10 @@
 #pragma once
 
+#include "foundation/mutex.h"
 #include "hosts/linux/system_root.h"
 #include "wire/driver_messages.h"
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -48,8 +48,8 @@ private:
     [[nodiscard]] std::shared_ptr<const PackageIndex> index() const;
 
     SystemRoot root_;
-    mutable std::mutex lock_;
-    mutable std::shared_ptr<const PackageIndex> index_; // guarded by lock_
+    mutable Mutex lock_;
+    mutable std::shared_ptr<const PackageIndex> index_ VOSSEL_GUARDED_BY(lock_);
 };
 
 }

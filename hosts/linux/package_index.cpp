@@ -18,7 +18,7 @@ namespace {
 constexpr std::string_view statusFile = "/var/lib/dpkg/status";
 constexpr std::string_view infoFolder = "/var/lib/dpkg/info/";
 constexpr std::string_view listsFolder = "/var/lib/apt/lists/";
-constexpr std::size_t largestFile = 256 * 1024 * 1024;
+constexpr std::size_t maxFileSize = 256 * 1024 * 1024;
 constexpr std::size_t md5Digits = 32;
 // The head of a package list's release file, which names the origin, is far shorter.
 constexpr std::size_t releaseHead = 4096;
@@ -36,7 +36,7 @@ void forEachLine(std::string_view text, const Use& use)
 
 std::string contentOf(const std::string& path)
 {
-    auto content = readFile(path, largestFile);
+    auto content = readFile(path, maxFileSize);
     return content ? *std::move(content) : std::string();
 }
 

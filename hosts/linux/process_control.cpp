@@ -2,6 +2,7 @@
 
 #include "foundation/files.h"
 #include "foundation/log.h"
+#include "foundation/mutex.h"
 #include "platform/threads.h"
 
 #include <poll.h>
@@ -13,9 +14,7 @@
 
 #include <array>
 #include <cerrno>
-#include <condition_variable>
 #include <exception>
-#include <mutex>
 #include <utility>
 
 namespace vossel {
@@ -37,12 +36,12 @@ struct LinuxProcessControl::Listener {
     UniqueFd signals;
     UniqueFd wake; // readable: the thread is to end
 
-    std::mutex handlerLock; // held while the handler runs
-    std::function<void()> handler; // guarded by handlerLock
+    Mutex handlerLock; // held while the handler runs
+    std::function<void()> handler VOSSEL_GUARDED_BY(handlerLock);
 
-    std::mutex endLock;
-    std::condition_variable ended;
-    bool running = false; // guarded by endLock
+    Mutex endLock;
+    Condition ended;
+    bool running VOSSEL_GUARDED_BY(endLock) = false;
 
     void listen();
     void callHandler();
@@ -50,7 +49,7 @@ struct LinuxProcessControl::Listener {
 
 void LinuxProcessControl::Listener::callHandler()
 {
-    const std::lock_guard guard(handlerLock);
+    const MutexLock guard(handlerLock);
     if (!handler)
         return;
     try {
@@ -72,9 +71,9 @@ void LinuxProcessControl::Listener::listen()
         if (waiting[0].revents != 0 && ::read(signals.get(), &signal, sizeof signal) > 0)
             callHandler();
     }
-    const std::lock_guard guard(endLock);
+    const MutexLock guard(endLock);
     running = false;
-    ended.notify_all();
+    ended.notifyAll();
 }
 
 void LinuxProcessControl::blockHangUp()
@@ -105,13 +104,14 @@ LinuxProcessControl::~LinuxProcessControl()
     const std::uint64_t once = 1;
     if (listener_->wake && ::write(listener_->wake.get(), &once, sizeof once) < 0)
         logText("hang-up signal: its thread cannot be woken: %@", errorText(errno));
-    std::unique_lock lock(listener_->endLock);
-    listener_->ended.wait(lock, [this] { return !listener_->running; });
+    MutexLock lock(listener_->endLock);
+    listener_->ended.wait(
+        lock, [this]() VOSSEL_REQUIRES(listener_->endLock) { return !listener_->running; });
 }
 
 void LinuxProcessControl::onHangUp(std::function<void()> handler)
 {
-    const std::lock_guard guard(listener_->handlerLock);
+    const MutexLock guard(listener_->handlerLock);
     std::swap(listener_->handler, handler);
 }
 

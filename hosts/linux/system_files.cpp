@@ -23,7 +23,7 @@ constexpr std::array<std::string_view, 12> systemFolders
 // The only other one through which links of the system lead.
 constexpr std::string_view alternatives = "/etc/alternatives/";
 
-constexpr int mostLinks = 40; // as many as the kernel follows
+constexpr int maxLinks = 40; // as many as the kernel follows
 
 // A path that may be looked at while links are followed: one of the system, or a part of such.
 bool maySee(std::string_view path)
@@ -85,7 +85,7 @@ std::string SystemFiles::follow(std::string_view path) const
         }
         std::array<char, PATH_MAX> target; // NOLINT(cppcoreguidelines-pro-type-member-init)
         const auto length = ::readlink(root_.at(next).c_str(), target.data(), target.size());
-        if (facts.st_uid != owner_ || ++links > mostLinks || length <= 0)
+        if (facts.st_uid != owner_ || ++links > maxLinks || length <= 0)
             return {};
         const std::string_view text(target.data(), static_cast<std::size_t>(length));
         if (text.starts_with('/'))

@@ -2,6 +2,7 @@
 
 #include "foundation/files.h"
 #include "hosts/linux/mount_table.h"
+#include "hosts/linux/proc_file.h"
 #include "hosts/linux/processes.h"
 
 #include <sys/sysmacros.h>
@@ -9,16 +10,15 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <set>
 
 namespace vossel {
 
 namespace {
 
-constexpr std::size_t largestEnvironment = std::size_t{8} * 1024 * 1024;
-constexpr std::size_t longestValue = 4096;
-constexpr std::size_t longestDeviceName = 255;
+constexpr std::size_t maxEnvironmentSize = std::size_t{8} * 1024 * 1024;
+constexpr std::size_t maxValueSize = 4096;
+constexpr std::size_t maxDeviceNameSize = 255;
 // All its minor numbers, 2^20, are the pseudo-terminals' own; the majors 137 to 143 are unused.
 constexpr unsigned pseudoTerminalMajor = 136;
 
@@ -30,15 +30,10 @@ std::string_view cutOff(std::string_view& text, char separator)
     return part;
 }
 
-std::string folderOf(std::int32_t pid)
-{
-    return "/proc/" + std::to_string(pid);
-}
-
 // "uevent" files are the driver's word, which becomes a path.
 bool isDeviceName(std::string_view name)
 {
-    if (name.empty() || name.size() > longestDeviceName || name.front() == '/'
+    if (name.empty() || name.size() > maxDeviceNameSize || name.front() == '/'
         || name.back() == '/')
         return false;
     if (std::any_of(name.begin(), name.end(), [](unsigned char byte) { return byte < 0x20; }))
@@ -59,30 +54,17 @@ struct StatFields {
     std::int32_t foregroundGroup = 0;
 };
 
-// "PID (name) S PARENT GROUP SESSION TERMINAL FOREGROUND ...": the name is the process's own choice
-// and may hold anything.
-std::optional<StatFields> parseStat(std::string_view line)
-{
-    const auto name = line.rfind(')');
-    if (name == std::string_view::npos)
-        return std::nullopt;
-    line.remove_prefix(name + 1);
-    std::array<std::int32_t, 5> numbers = {}; // from the parent on
-    if (!cutOff(line, ' ').empty() || cutOff(line, ' ').size() != 1)
-        return std::nullopt;
-    for (std::int32_t& number : numbers) {
-        const std::string_view text = cutOff(line, ' ');
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-        if (error != std::errc() || end != text.data() + text.size())
-            return std::nullopt;
-    }
-    return StatFields{numbers[0], numbers[1], numbers[2], numbers[3], numbers[4]};
-}
-
 std::optional<StatFields> readStat(const SystemRoot& root, std::int32_t pid)
 {
-    const auto stat = readFile(root.at(folderOf(pid) + "/stat"), 4096);
-    return stat ? parseStat(*stat) : std::nullopt;
+    const StatLine line = StatLine::of(root, pid);
+    std::array<std::int32_t, 5> numbers = {}; // from the parent on
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        const auto number = line.field(4 + static_cast<int>(i));
+        if (!number)
+            return std::nullopt;
+        numbers[i] = static_cast<std::int32_t>(*number);
+    }
+    return StatFields{numbers[0], numbers[1], numbers[2], numbers[3], numbers[4]};
 }
 
 struct DeviceNumber {
@@ -156,14 +138,15 @@ std::optional<std::string> LinuxTerminals::environmentOf(
 {
     if (pid <= 0 || variable.empty() || variable.find('=') != std::string_view::npos)
         return std::nullopt;
-    const auto block = readFile(root_.at(folderOf(pid) + "/environ"), largestEnvironment);
+    const auto block
+        = readFile(root_.at("/proc/" + std::to_string(pid) + "/environ"), maxEnvironmentSize);
     if (!block)
         return std::nullopt;
     std::string_view rest = *block;
     while (!rest.empty()) {
         std::string_view value = cutOff(rest, '\0');
         if (value.size() > variable.size() && cutOff(value, '=') == variable)
-            return value.size() <= longestValue ? std::optional<std::string>(value) : std::nullopt;
+            return value.size() <= maxValueSize ? std::optional<std::string>(value) : std::nullopt;
     }
     return std::nullopt;
 }

@@ -25,9 +25,9 @@ constexpr std::size_t stackSize = 256 * 1024;
 constexpr std::size_t stackSize = 256 * 1024;
 #endif
 
-constexpr std::size_t longestName = 15;
+constexpr std::size_t maxNameSize = 15;
 
-constexpr std::size_t mostParked = 4;
+constexpr std::size_t maxParked = 4;
 constexpr std::chrono::seconds parkedTime{5};
 
 int createThread(pthread_t& thread, void* (*entry)(void*), void* argument)
@@ -63,15 +63,20 @@ struct LinuxThreadLauncher::Start {
 
 // A thread without work, asleep until it is given some.
 struct LinuxThreadLauncher::Parked {
-    std::condition_variable woken;
-    std::unique_ptr<Start> next; // guarded by the launcher's lock
+    Condition woken;
+    std::unique_ptr<Start> next; // see nextOf()
 };
+
+std::unique_ptr<LinuxThreadLauncher::Start>& LinuxThreadLauncher::nextOf(Parked& thread)
+{
+    return thread.next;
+}
 
 LinuxThreadLauncher::~LinuxThreadLauncher()
 {
-    std::unique_lock lock(lock_);
+    MutexLock lock(lock_);
     beginJoiningLocked();
-    allEnded_.wait(lock, [this] { return running_ == 0; });
+    allEnded_.wait(lock, [this]() VOSSEL_REQUIRES(lock_) { return running_ == 0; });
     if (hasLast_)
         ::pthread_join(last_, nullptr);
 }
@@ -79,11 +84,11 @@ LinuxThreadLauncher::~LinuxThreadLauncher()
 bool LinuxThreadLauncher::launch(std::string_view name, std::function<void()> entry)
 {
     auto start = std::make_unique<Start>(
-        Start{*this, std::string(name.substr(0, longestName)), std::move(entry)});
+        Start{*this, std::string(name.substr(0, maxNameSize)), std::move(entry)});
     if (handToParked(start))
         return true;
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         ++running_;
     }
     pthread_t thread = {};
@@ -93,9 +98,9 @@ bool LinuxThreadLauncher::launch(std::string_view name, std::function<void()> en
         return true;
     }
     logText("thread %@: not started: %@", name, errorText(error));
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (--running_ == 0)
-        allEnded_.notify_all();
+        allEnded_.notifyAll();
     return false;
 }
 
@@ -121,14 +126,14 @@ bool LinuxThreadLauncher::handToParked(std::unique_ptr<Start>& start)
 {
     std::shared_ptr<Parked> thread;
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         if (parked_.empty())
             return false;
         thread = std::move(parked_.back());
         parked_.pop_back();
-        thread->next = std::move(start);
+        nextOf(*thread) = std::move(start);
     }
-    thread->woken.notify_one(); // without the lock, or the woken thread would only wait for it
+    thread->woken.notifyOne(); // without the lock, or the woken thread would only wait for it
     return true;
 }
 
@@ -136,21 +141,22 @@ bool LinuxThreadLauncher::handToParked(std::unique_ptr<Start>& start)
 std::unique_ptr<LinuxThreadLauncher::Start> LinuxThreadLauncher::park()
 {
     const auto self = std::make_shared<Parked>();
-    std::unique_lock lock(lock_);
-    if (joining_ || parked_.size() >= mostParked)
+    MutexLock lock(lock_);
+    if (joining_ || parked_.size() >= maxParked)
         return nullptr;
     parked_.push_back(self);
-    self->woken.wait_for(lock, parkedTime, [&] { return self->next || joining_; });
-    if (!self->next)
+    self->woken.waitFor(
+        lock, parkedTime, [&]() VOSSEL_REQUIRES(lock_) { return nextOf(*self) || joining_; });
+    if (!nextOf(*self))
         std::erase(parked_, self);
-    return std::move(self->next);
+    return std::move(nextOf(*self));
 }
 
 void LinuxThreadLauncher::beginJoiningLocked()
 {
     joining_ = true;
     for (const auto& thread : parked_)
-        thread->woken.notify_one();
+        thread->woken.notifyOne();
 }
 
 void LinuxThreadLauncher::ended(pthread_t self)
@@ -158,11 +164,11 @@ void LinuxThreadLauncher::ended(pthread_t self)
     bool hasPrevious = false;
     pthread_t previous = {};
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         hasPrevious = std::exchange(hasLast_, true);
         previous = std::exchange(last_, self);
         if (--running_ == 0)
-            allEnded_.notify_all();
+            allEnded_.notifyAll();
     }
     if (hasPrevious)
         ::pthread_join(previous, nullptr);
@@ -175,9 +181,10 @@ bool LinuxThreadLauncher::joinAll(Clock::Duration bound)
     bool hasLast = false;
     pthread_t last = {};
     {
-        std::unique_lock lock(lock_);
+        MutexLock lock(lock_);
         beginJoiningLocked();
-        const bool allEnded = allEnded_.wait_for(lock, wait, [this] { return running_ == 0; });
+        const bool allEnded = allEnded_.waitFor(
+            lock, wait, [this]() VOSSEL_REQUIRES(lock_) { return running_ == 0; });
         joining_ = false;
         if (!allEnded)
             return false;

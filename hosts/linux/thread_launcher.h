@@ -1,12 +1,11 @@
 #pragma once
 
+#include "foundation/mutex.h"
 #include "platform/clock.h"
 #include "platform/threads.h"
 
-#include <condition_variable>
 #include <cstddef>
 #include <memory>
-#include <mutex>
 #include <pthread.h>
 #include <vector>
 
@@ -40,16 +39,18 @@ private:
     [[nodiscard]] bool handToParked(std::unique_ptr<Start>& start);
     [[nodiscard]] std::unique_ptr<Start> park();
     void ended(pthread_t self);
-    void beginJoiningLocked();
+    void beginJoiningLocked() VOSSEL_REQUIRES(lock_);
+    // What a parked thread is to do next. It cannot name the lock that guards it.
+    [[nodiscard]] std::unique_ptr<Start>& nextOf(Parked& thread) VOSSEL_REQUIRES(lock_);
 
-    std::mutex lock_;
-    std::condition_variable allEnded_;
-    std::size_t running_ = 0; // guarded by lock_; those that are parked included
-    // Guarded by lock_; the one that came last is the warmest.
-    std::vector<std::shared_ptr<Parked>> parked_;
-    bool joining_ = false; // guarded by lock_: nobody parks now
-    bool hasLast_ = false; // guarded by lock_
-    pthread_t last_ = {}; // guarded by lock_: ended last and still to be joined
+    Mutex lock_;
+    Condition allEnded_;
+    std::size_t running_ VOSSEL_GUARDED_BY(lock_) = 0; // those that are parked included
+    // The one that came last is the warmest.
+    std::vector<std::shared_ptr<Parked>> parked_ VOSSEL_GUARDED_BY(lock_);
+    bool joining_ VOSSEL_GUARDED_BY(lock_) = false; // nobody parks now
+    bool hasLast_ VOSSEL_GUARDED_BY(lock_) = false;
+    pthread_t last_ VOSSEL_GUARDED_BY(lock_) = {}; // ended last and still to be joined
 };
 
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <mutex>
+#include "foundation/mutex.h"
+
 #include <utility>
 
 namespace vossel {
@@ -17,25 +18,25 @@ public:
 
     void set(T value)
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         value_ = std::move(value);
     }
     [[nodiscard]] T get() const
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         return value_;
     }
     // Runs `use(T&)` under the lock and returns its result.
     template <class Use>
     auto with(Use use)
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         return use(value_);
     }
 
 private:
-    mutable std::mutex mutex_;
-    T value_{};
+    mutable Mutex mutex_;
+    T value_ VOSSEL_GUARDED_BY(mutex_){};
 };
 
 }

@@ -14,28 +14,28 @@ std::chrono::system_clock::time_point SimulatedClock::wallTime() const
 }
 
 // Lock order: mutex_ before a waiter's lock, as in advance(); so the waiter gives its own up before
-// it enters itself in the list or leaves it.
-bool SimulatedClock::waitUntil(std::unique_lock<std::mutex>& lock,
-    std::condition_variable& condition, Instant deadline, const std::function<bool()>& predicate)
+// it enters itself in the list or leaves it. Clang's check is off here, because it cannot follow a
+// lock that the caller holds.
+bool SimulatedClock::waitUntil(MutexLock& lock, Condition& condition, Instant deadline,
+    const std::function<bool()>& predicate) VOSSEL_NO_THREAD_SAFETY_ANALYSIS
 {
     lock.unlock();
     std::list<Waiter>::iterator self;
     {
-        const std::lock_guard own(mutex_);
-        self = waiters_.insert(waiters_.end(), Waiter{lock.mutex(), &condition});
-        changed_.notify_all();
+        const MutexLock own(mutex_);
+        self = waiters_.insert(waiters_.end(), Waiter{&lock.mutex(), &condition});
+        changed_.notifyAll();
     }
     lock.lock();
     // advance() moves the time before it takes the waiter's lock to wake it, so a waiter either
     // sees the new time here or is asleep when it is woken.
-    while (!predicate() && now() < deadline)
-        condition.wait(lock);
+    condition.wait(lock, [&] { return predicate() || now() >= deadline; });
     const bool result = predicate();
     lock.unlock();
     {
-        const std::lock_guard own(mutex_);
+        const MutexLock own(mutex_);
         waiters_.erase(self);
-        changed_.notify_all();
+        changed_.notifyAll();
     }
     lock.lock();
     return result;
@@ -43,41 +43,41 @@ bool SimulatedClock::waitUntil(std::unique_lock<std::mutex>& lock,
 
 bool SimulatedClock::sleep(Duration duration)
 {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     const Instant end = now() + duration;
     const auto self = waiters_.insert(waiters_.end(), Waiter{nullptr, nullptr});
-    changed_.notify_all();
-    changed_.wait(lock, [&] { return stopped_ || now() >= end; });
+    changed_.notifyAll();
+    changed_.wait(lock, [&]() VOSSEL_REQUIRES(mutex_) { return stopped_ || now() >= end; });
     waiters_.erase(self);
-    changed_.notify_all();
+    changed_.notifyAll();
     return !stopped_;
 }
 
 void SimulatedClock::advance(Duration duration)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     now_ = now() + duration;
-    changed_.notify_all();
+    changed_.notifyAll();
     for (const Waiter& waiter : waiters_) {
         if (!waiter.mutex)
             continue;
-        const std::lock_guard waiterLock(*waiter.mutex);
-        waiter.condition->notify_all();
+        const MutexLock waiterLock(*waiter.mutex);
+        waiter.condition->notifyAll();
     }
 }
 
 void SimulatedClock::stop()
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     stopped_ = true;
-    changed_.notify_all();
+    changed_.notifyAll();
 }
 
 bool SimulatedClock::waitForWaiters(std::size_t count) const
 {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(
-        lock, std::chrono::seconds(10), [&] { return waiters_.size() >= count; });
+    MutexLock lock(mutex_);
+    return changed_.waitFor(lock, std::chrono::seconds(10),
+        [&]() VOSSEL_REQUIRES(mutex_) { return waiters_.size() >= count; });
 }
 
 }

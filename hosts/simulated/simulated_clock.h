@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/mutex.h"
 #include "platform/clock.h"
 
 #include <atomic>
@@ -13,8 +14,8 @@ class SimulatedClock final : public Clock {
 public:
     [[nodiscard]] Instant now() const override;
     [[nodiscard]] std::chrono::system_clock::time_point wallTime() const override;
-    bool waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
-        Instant deadline, const std::function<bool()>& predicate) override;
+    bool waitUntil(MutexLock& lock, Condition& condition, Instant deadline,
+        const std::function<bool()>& predicate) override;
     [[nodiscard]] bool sleep(Duration duration) override;
 
     // Wakes whoever's time has come. Must not be called under a lock that a waiter waits with.
@@ -26,16 +27,16 @@ public:
 
 private:
     struct Waiter {
-        std::mutex* mutex;
-        std::condition_variable* condition;
+        Mutex* mutex; // none of one that sleeps
+        Condition* condition;
     };
 
-    mutable std::mutex mutex_;
-    mutable std::condition_variable changed_;
+    mutable Mutex mutex_;
+    mutable Condition changed_;
     // Written under mutex_, read without it: a waiter looks at it while it holds its own lock.
     std::atomic<Instant> now_{};
-    bool stopped_ = false; // guarded by mutex_
-    std::list<Waiter> waiters_; // guarded by mutex_
+    bool stopped_ VOSSEL_GUARDED_BY(mutex_) = false;
+    std::list<Waiter> waiters_ VOSSEL_GUARDED_BY(mutex_);
 };
 
 }

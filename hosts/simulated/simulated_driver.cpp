@@ -5,6 +5,12 @@
 
 namespace vossel {
 
+void SimulatedDriver::State::tellChange()
+{
+    ++changes;
+    changed.notifyAll();
+}
+
 class SimulatedDriver::Connection final : public DriverConnection {
 public:
     explicit Connection(std::shared_ptr<State> state)
@@ -19,11 +25,11 @@ public:
         const Call made{selector, {input.begin(), input.end()}};
         Method method;
         {
-            const std::lock_guard lock(state_->mutex);
+            const MutexLock lock(state_->mutex);
             if (closed_)
                 return driverUnreachable;
             state_->calls.push_back(made);
-            state_->changed.notify_all();
+            state_->tellChange();
             const auto found = state_->methods.find(selector);
             method = found == state_->methods.end() ? Method() : found->second;
         }
@@ -35,26 +41,28 @@ public:
 
     [[nodiscard]] PortName createNotificationPort() override
     {
-        const std::lock_guard lock(state_->mutex);
+        const MutexLock lock(state_->mutex);
         return state_->refusePort ? 0 : 1;
     }
 
     [[nodiscard]] DriverStatus setNotificationPort(PortName) override
     {
-        const std::lock_guard lock(state_->mutex);
+        const MutexLock lock(state_->mutex);
         if (closed_)
             return driverUnreachable;
         if (state_->registrationStatus == driverSuccess) {
             ++state_->registrations;
-            state_->changed.notify_all();
+            state_->tellChange();
         }
         return state_->registrationStatus;
     }
 
     [[nodiscard]] bool receive(std::vector<std::byte>& message) override
     {
-        std::unique_lock lock(state_->mutex);
-        state_->changed.wait(lock, [this] { return closed_ || !state_->messages.empty(); });
+        MutexLock lock(state_->mutex);
+        state_->changed.wait(lock, [this]() VOSSEL_REQUIRES(state_->mutex) {
+            return closed_ || !state_->messages.empty();
+        });
         if (state_->messages.empty())
             return false;
         message = std::move(state_->messages.front());
@@ -64,9 +72,9 @@ public:
 
     void close() override
     {
-        const std::lock_guard lock(state_->mutex);
+        const MutexLock lock(state_->mutex);
         closed_ = true;
-        state_->changed.notify_all();
+        state_->tellChange();
     }
 
 private:
@@ -74,49 +82,49 @@ private:
     {
         if (selector != METHOD_OPEN_SESSION)
             return {};
-        const std::lock_guard lock(state_->mutex);
+        const MutexLock lock(state_->mutex);
         const auto number = static_cast<std::byte>(++state_->sessions);
         return {driverSuccess, std::vector<std::byte>(sessionKeySize, number)};
     }
 
     std::shared_ptr<State> state_;
-    bool closed_ = false; // guarded by state_->mutex
+    bool closed_ VOSSEL_GUARDED_BY(state_->mutex) = false;
 };
 
 DriverService::Match SimulatedDriver::match()
 {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     return state_->match;
 }
 
 std::shared_ptr<DriverConnection> SimulatedDriver::open()
 {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     if (state_->refuseOpen)
         return nullptr;
     const auto connection = std::make_shared<Connection>(state_);
     state_->current = connection;
     state_->messages.clear();
     ++state_->opened;
-    state_->changed.notify_all();
+    state_->tellChange();
     return connection;
 }
 
 void SimulatedDriver::setMatch(Match match)
 {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->match = match;
 }
 
 void SimulatedDriver::refuseToOpen(bool refused)
 {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->refuseOpen = refused;
 }
 
 void SimulatedDriver::setMethod(std::uint32_t selector, Method method)
 {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->methods[selector] = std::move(method);
 }
 
@@ -127,21 +135,21 @@ void SimulatedDriver::failMethod(std::uint32_t selector, DriverStatus status)
 
 void SimulatedDriver::refusePorts(bool refused)
 {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->refusePort = refused;
 }
 
 void SimulatedDriver::refuseRegistration(DriverStatus status)
 {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->registrationStatus = status;
 }
 
 void SimulatedDriver::send(std::vector<std::byte> message)
 {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->messages.push_back(std::move(message));
-    state_->changed.notify_all();
+    state_->tellChange();
 }
 
 void SimulatedDriver::sendQuery(const policy_query& query)
@@ -158,7 +166,7 @@ void SimulatedDriver::vanish()
 {
     std::shared_ptr<Connection> connection;
     {
-        const std::lock_guard lock(state_->mutex);
+        const MutexLock lock(state_->mutex);
         connection = state_->current.lock();
     }
     if (connection)
@@ -167,13 +175,13 @@ void SimulatedDriver::vanish()
 
 std::vector<SimulatedDriver::Call> SimulatedDriver::calls() const
 {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     return state_->calls;
 }
 
 void SimulatedDriver::forgetCalls()
 {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->calls.clear();
 }
 
@@ -185,13 +193,13 @@ std::size_t SimulatedDriver::callsOf(std::uint32_t selector) const
 
 std::size_t SimulatedDriver::opened() const
 {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     return state_->opened;
 }
 
 std::size_t SimulatedDriver::registrations() const
 {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     return state_->registrations;
 }
 
@@ -211,10 +219,12 @@ bool SimulatedDriver::waitUntil(const std::function<bool()>& done) const
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (!done()) {
-        std::unique_lock lock(state_->mutex);
+        MutexLock lock(state_->mutex);
         if (std::chrono::steady_clock::now() > end)
             return false;
-        state_->changed.wait_for(lock, std::chrono::milliseconds(1));
+        state_->changed.waitFor(lock, std::chrono::milliseconds(1),
+            [this, before = state_->changes]()
+                VOSSEL_REQUIRES(state_->mutex) { return state_->changes != before; });
     }
     return true;
 }

@@ -1,15 +1,14 @@
 #pragma once
 
+#include "foundation/mutex.h"
 #include "hosts/simulated/guarded.h"
 #include "platform/driver_service.h"
 #include "wire/driver_messages.h"
 
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -59,20 +58,22 @@ public:
 private:
     class Connection;
     struct State {
-        mutable std::mutex mutex;
-        mutable std::condition_variable changed;
-        // Guarded by mutex.
-        Match match = Match::Found;
-        bool refuseOpen = false;
-        bool refusePort = false;
-        DriverStatus registrationStatus = driverSuccess;
-        std::map<std::uint32_t, Method> methods;
-        std::vector<Call> calls;
-        std::size_t opened = 0;
-        std::size_t sessions = 0;
-        std::size_t registrations = 0;
-        std::weak_ptr<Connection> current;
-        std::deque<std::vector<std::byte>> messages;
+        Mutex mutex;
+        Condition changed;
+        std::size_t changes VOSSEL_GUARDED_BY(mutex) = 0;
+        Match match VOSSEL_GUARDED_BY(mutex) = Match::Found;
+        bool refuseOpen VOSSEL_GUARDED_BY(mutex) = false;
+        bool refusePort VOSSEL_GUARDED_BY(mutex) = false;
+        DriverStatus registrationStatus VOSSEL_GUARDED_BY(mutex) = driverSuccess;
+        std::map<std::uint32_t, Method> methods VOSSEL_GUARDED_BY(mutex);
+        std::vector<Call> calls VOSSEL_GUARDED_BY(mutex);
+        std::size_t opened VOSSEL_GUARDED_BY(mutex) = 0;
+        std::size_t sessions VOSSEL_GUARDED_BY(mutex) = 0;
+        std::size_t registrations VOSSEL_GUARDED_BY(mutex) = 0;
+        std::weak_ptr<Connection> current VOSSEL_GUARDED_BY(mutex);
+        std::deque<std::vector<std::byte>> messages VOSSEL_GUARDED_BY(mutex);
+
+        void tellChange() VOSSEL_REQUIRES(mutex);
     };
 
     std::shared_ptr<State> state_ = std::make_shared<State>();

@@ -33,9 +33,26 @@ public:
     SimulatedAlertSound alertSound;
     SimulatedThreads threads; // last: joined while everything else is still there
 
-    const Host host{clock, threads, mainThread, timers, driver, session, accounts, processes,
-        installers, volumes, codeSigning, authenticator, notifications, notices, windows, workspace,
-        processControl, alertSound};
+    const Host host{
+        .clock = clock,
+        .threads = threads,
+        .mainThread = mainThread,
+        .timers = timers,
+        .driver = driver,
+        .session = session,
+        .accounts = accounts,
+        .processes = processes,
+        .installers = installers,
+        .volumes = volumes,
+        .codeSigning = codeSigning,
+        .authenticator = authenticator,
+        .notifications = notifications,
+        .notices = notices,
+        .windows = windows,
+        .workspace = workspace,
+        .processControl = processControl,
+        .alertSound = alertSound,
+    };
 
     // Moves the time, fires the timers that are due and runs what the main thread has to do.
     void advance(Clock::Duration duration)

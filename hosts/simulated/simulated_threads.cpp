@@ -11,7 +11,7 @@ bool SimulatedThreads::launch(std::string_view, std::function<void()> entry)
 {
     if (refused_)
         return false;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     threads_.emplace_back(std::move(entry));
     ++launched_;
     return true;
@@ -22,7 +22,7 @@ void SimulatedThreads::joinAll()
     for (;;) {
         std::list<std::thread> threads;
         {
-            const std::lock_guard lock(mutex_);
+            const MutexLock lock(mutex_);
             threads.swap(threads_);
         }
         if (threads.empty())
@@ -39,9 +39,9 @@ bool SimulatedMainThread::isCurrent() const
 
 void SimulatedMainThread::perform(std::function<void()> task)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     tasks_.push_back(std::move(task));
-    changed_.notify_all();
+    changed_.notifyAll();
 }
 
 void SimulatedMainThread::performAndWait(const std::function<void()>& task)
@@ -62,7 +62,7 @@ bool SimulatedMainThread::runOne()
 {
     std::function<void()> task;
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         if (tasks_.empty())
             return false;
         task = std::move(tasks_.front());
@@ -86,8 +86,9 @@ bool SimulatedMainThread::runUntil(const std::function<bool()>& done)
         if (std::chrono::steady_clock::now() > end)
             return false;
         // What `done` looks at may change without a task: look again now and then.
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, std::chrono::milliseconds(1), [this] { return !tasks_.empty(); });
+        MutexLock lock(mutex_);
+        changed_.waitFor(lock, std::chrono::milliseconds(1),
+            [this]() VOSSEL_REQUIRES(mutex_) { return !tasks_.empty(); });
     }
     return true;
 }

@@ -1,15 +1,14 @@
 #pragma once
 
+#include "foundation/mutex.h"
 #include "platform/threads.h"
 #include "platform/timers.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <list>
 #include <map>
-#include <mutex>
 #include <thread>
 
 namespace vossel {
@@ -30,8 +29,8 @@ public:
 private:
     std::atomic<bool> refused_ = false;
     std::atomic<std::size_t> launched_ = 0;
-    std::mutex mutex_;
-    std::list<std::thread> threads_; // guarded by mutex_
+    Mutex mutex_;
+    std::list<std::thread> threads_ VOSSEL_GUARDED_BY(mutex_);
 };
 
 // The thread that makes it is the main thread; what is to be performed there waits until that
@@ -56,9 +55,9 @@ private:
     [[nodiscard]] bool runOne();
 
     const std::thread::id thread_;
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::deque<std::function<void()>> tasks_; // guarded by mutex_
+    Mutex mutex_;
+    Condition changed_;
+    std::deque<std::function<void()>> tasks_ VOSSEL_GUARDED_BY(mutex_);
 };
 
 // Fires what is due when told to; the main thread's.

@@ -22,9 +22,19 @@ constexpr Clock::Duration reconnectPause = std::chrono::seconds(5);
 
 }
 
-DriverLink::DriverLink(const Host& host, const Directories& directories,
+DriverLink::Services::Services(const Host& host)
+    : clock(host.clock)
+    , threads(host.threads)
+    , driver(host.driver)
+    , session(host.session)
+    , notices(host.notices)
+    , processControl(host.processControl)
+{
+}
+
+DriverLink::DriverLink(const Services& services, const Directories& directories,
     const UserChecks& userChecks, FilterStatus& filterStatus, PermissionsManager& broker)
-    : host_(host)
+    : services_(services)
     , directories_(directories)
     , userChecks_(userChecks)
     , filterStatus_(filterStatus)
@@ -42,21 +52,21 @@ bool DriverLink::mayServe() const
 
 int DriverLink::agent_main()
 {
-    host_.processControl.onHangUp([this] { handleHUPEvent(); });
-    host_.processControl.denyDebuggers();
+    services_.processControl.onHangUp([this] { handleHUPEvent(); });
+    services_.processControl.denyDebuggers();
     while (mayServe()) {
         (void)startDriverComms();
         filterStatus_.updateStatus(FILTER_DISABLED);
-        if (!host_.clock.sleep(reconnectPause))
+        if (!services_.clock.sleep(reconnectPause))
             break;
     }
-    host_.processControl.onHangUp({});
+    services_.processControl.onHangUp({});
     return 0;
 }
 
 DriverStatus DriverLink::startDriverComms()
 {
-    switch (host_.driver.match()) {
+    switch (services_.driver.match()) {
     case DriverService::Match::Failed:
         return driverUnreachable;
     case DriverService::Match::None:
@@ -64,11 +74,11 @@ DriverStatus DriverLink::startDriverComms()
     case DriverService::Match::Found:
         break;
     }
-    const Connection connection = host_.driver.open();
+    const Connection connection = services_.driver.open();
     if (!connection)
         return driverSuccess;
     {
-        const std::lock_guard lock(connectionLock_);
+        const MutexLock lock(connectionLock_);
         g_driverConnection = connection;
     }
     const DriverStatus status = serve(connection);
@@ -83,11 +93,11 @@ DriverStatus DriverLink::serve(const Connection& connection)
         return status;
     }
     (void)updateFilterStatus();
-    if (!host_.threads.launch(
+    if (!services_.threads.launch(
             "status poller", [this, connection] { filterStatusManager(connection); }))
         LOG_("driver link", "no thread for the status poller; the status will not be followed");
     {
-        const std::lock_guard lock(connectionLock_);
+        const MutexLock lock(connectionLock_);
         g_notifyPort = connection->createNotificationPort();
         if (g_notifyPort == 0 || connection->setNotificationPort(g_notifyPort) != driverSuccess)
             return driverUnreachable;
@@ -101,7 +111,7 @@ DriverStatus DriverLink::serve(const Connection& connection)
 
 DriverStatus DriverLink::openSession()
 {
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock lock(connectionLock_);
     SessionKey key{};
     const DriverStatus status = callLocked(METHOD_OPEN_SESSION, {}, key);
     if (status == driverSuccess)
@@ -112,7 +122,7 @@ DriverStatus DriverLink::openSession()
 void DriverLink::warnOfRefusedSession()
 {
     {
-        const std::lock_guard lock(connectionLock_);
+        const MutexLock lock(connectionLock_);
         if (std::exchange(g_connectWarning, true))
             return;
     }
@@ -120,14 +130,14 @@ void DriverLink::warnOfRefusedSession()
     Notice notice;
     notice.header = "Cannot Connect to Vossel";
     notice.message = "The user agent is unable to connect to Vossel.";
-    host_.notices.displayAndWait(notice);
+    services_.notices.displayAndWait(notice);
 }
 
 void DriverLink::endConnection(const Connection& connection)
 {
     connection->close();
     {
-        const std::lock_guard lock(connectionLock_);
+        const MutexLock lock(connectionLock_);
         if (g_driverConnection == connection)
             g_driverConnection.reset();
         g_connected = false;
@@ -147,19 +157,19 @@ void DriverLink::closeConnection()
 
 DriverLink::Connection DriverLink::currentConnection() const
 {
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock lock(connectionLock_);
     return g_driverConnection;
 }
 
 bool DriverLink::isCurrent(const Connection& connection) const
 {
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock lock(connectionLock_);
     return g_driverConnection == connection;
 }
 
 bool DriverLink::isConnected() const
 {
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock lock(connectionLock_);
     return g_connected;
 }
 

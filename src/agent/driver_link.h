@@ -2,6 +2,7 @@
 
 #include "agent/driver_link_interfaces.h"
 #include "agent/filter_status.h"
+#include "foundation/mutex.h"
 #include "platform/driver_service.h"
 #include "platform/host.h"
 #include "settings/directories.h"
@@ -10,7 +11,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <span>
 
@@ -23,15 +23,25 @@ class UserChecks;
 // its own, one at a time, and keeps the filter status in step. agent_main() runs on a thread of its
 // own; the commands may be called from any thread.
 //
-// Lock order: g_promptLock, g_sharedLock, connectionLock_; each query's own wait is innermost.
 // g_promptLock is held across one whole answer, g_sharedLock around the status call, the last state
 // and the response call, connectionLock_ around each call to the driver and whatever else concerns
-// the connection. None is held while the filter status or the broker is called, but for
-// g_promptLock.
+// the connection. Only g_promptLock is held while the filter status or the broker is called.
 class DriverLink {
 public:
-    DriverLink(const Host& host, const Directories& directories, const UserChecks& userChecks,
-        FilterStatus& filterStatus, PermissionsManager& broker);
+    struct Services {
+        // Implicit on purpose: who has a host hands it over as it is.
+        Services(const Host& host); // NOLINT(google-explicit-constructor)
+
+        Clock& clock;
+        ThreadLauncher& threads;
+        DriverService& driver;
+        const Session& session;
+        Notices& notices;
+        ProcessControl& processControl;
+    };
+
+    DriverLink(const Services& services, const Directories& directories,
+        const UserChecks& userChecks, FilterStatus& filterStatus, PermissionsManager& broker);
     ~DriverLink();
 
     // Both before agent_main().
@@ -47,7 +57,7 @@ public:
     void notificationCallback(std::span<const std::byte> message);
 
     // Driver commands; each returns the driver's status.
-    DriverStatus updateFilterStatus();
+    DriverStatus updateFilterStatus() VOSSEL_EXCLUDES(g_sharedLock, connectionLock_);
     DriverStatus startFilter();
     DriverStatus stopFilter();
     DriverStatus reloadRules();
@@ -60,37 +70,41 @@ public:
     [[nodiscard]] bool isConnected() const;
 
 private:
+    enum LastFilterState : std::int32_t { STATE_UNKNOWN = -1, STATE_OFF = 0, STATE_FILTERING = 1 };
     using SessionKey = std::array<std::byte, 64>;
     using Connection = std::shared_ptr<DriverConnection>;
 
     [[nodiscard]] bool mayServe() const;
     [[nodiscard]] DriverStatus serve(const Connection& connection);
-    [[nodiscard]] DriverStatus openSession();
+    [[nodiscard]] DriverStatus openSession() VOSSEL_EXCLUDES(connectionLock_);
     void warnOfRefusedSession();
     void endConnection(const Connection& connection);
     void filterStatusManager(const Connection& connection);
     void reportProgram(std::span<const std::byte> message);
-    [[nodiscard]] bool isCurrent(const Connection& connection) const;
+    [[nodiscard]] bool isCurrent(const Connection& connection) const
+        VOSSEL_EXCLUDES(connectionLock_);
 
-    [[nodiscard]] DriverStatus callMethod(std::uint32_t selector, std::span<const std::byte> input);
-    [[nodiscard]] DriverStatus callWithKey(std::uint32_t selector);
-    [[nodiscard]] DriverStatus callLocked(
-        std::uint32_t selector, std::span<const std::byte> input, std::span<std::byte> output);
+    [[nodiscard]] DriverStatus callMethod(std::uint32_t selector, std::span<const std::byte> input)
+        VOSSEL_EXCLUDES(connectionLock_);
+    [[nodiscard]] DriverStatus callWithKey(std::uint32_t selector) VOSSEL_EXCLUDES(connectionLock_);
+    [[nodiscard]] DriverStatus callLocked(std::uint32_t selector, std::span<const std::byte> input,
+        std::span<std::byte> output) VOSSEL_REQUIRES(connectionLock_);
 
     // A query belongs to the connection that it came over: when that has ended there is nobody to
     // answer, and its token may mean another query of the next one.
-    int handlePolicyQuery(const policy_query_message& message, const Connection& connection);
+    int handlePolicyQuery(const policy_query_message& message, const Connection& connection)
+        VOSSEL_EXCLUDES(g_promptLock);
     [[nodiscard]] bool quietWhileLocked() const;
     [[nodiscard]] bool nobodyToAsk() const;
-    QueryWait::Outcome promptUserForPermission(
-        const policy_query& query, user_prompt_response& response, const Connection& connection);
-    [[nodiscard]] bool deliver(
-        user_prompt_response& response, const policy_query& query, const Connection& connection);
+    QueryWait::Outcome promptUserForPermission(const policy_query& query,
+        user_prompt_response& response, const Connection& connection) VOSSEL_REQUIRES(g_promptLock);
+    [[nodiscard]] bool deliver(user_prompt_response& response, const policy_query& query,
+        const Connection& connection) VOSSEL_EXCLUDES(g_sharedLock, connectionLock_);
     void startQuery(std::span<const std::byte> message);
     void refuseQuery(const policy_query_message& message, const Connection& connection);
-    [[nodiscard]] Connection currentConnection() const;
+    [[nodiscard]] Connection currentConnection() const VOSSEL_EXCLUDES(connectionLock_);
 
-    const Host& host_;
+    const Services services_;
     const Directories& directories_;
     const UserChecks& userChecks_;
     FilterStatus& filterStatus_;
@@ -98,18 +112,18 @@ private:
     AutodetectRoute* autodetect_ = nullptr;
     ResponseListener* responseListener_ = nullptr;
 
-    std::mutex g_promptLock;
-    std::mutex g_sharedLock;
-    std::int32_t g_lastFilterState = -1; // guarded by g_sharedLock: -1 unknown, 0 off, 1 filtering
+    Mutex g_promptLock VOSSEL_ACQUIRED_BEFORE(g_sharedLock, connectionLock_);
+    Mutex g_sharedLock VOSSEL_ACQUIRED_BEFORE(connectionLock_);
+    mutable Mutex connectionLock_;
 
-    mutable std::mutex connectionLock_;
-    // Guarded by connectionLock_.
-    Connection g_driverConnection;
-    SessionKey g_skey{};
-    PortName g_notifyPort = 0;
-    bool g_connected = false;
-    bool g_connectWarning = false;
-    std::optional<Clock::Instant> g_lastReload;
+    std::int32_t g_lastFilterState VOSSEL_GUARDED_BY(g_sharedLock) = STATE_UNKNOWN;
+
+    Connection g_driverConnection VOSSEL_GUARDED_BY(connectionLock_);
+    SessionKey g_skey VOSSEL_GUARDED_BY(connectionLock_){};
+    PortName g_notifyPort VOSSEL_GUARDED_BY(connectionLock_) = 0;
+    bool g_connected VOSSEL_GUARDED_BY(connectionLock_) = false;
+    bool g_connectWarning VOSSEL_GUARDED_BY(connectionLock_) = false;
+    std::optional<Clock::Instant> g_lastReload VOSSEL_GUARDED_BY(connectionLock_);
 };
 
 }

@@ -13,8 +13,6 @@ constexpr Clock::Duration pollPause = std::chrono::seconds(5);
 constexpr Clock::Duration firstPollPause = std::chrono::seconds(1);
 constexpr Clock::Duration reloadPause = std::chrono::seconds(6);
 
-enum LastFilterState : std::int32_t { STATE_UNKNOWN = -1, STATE_OFF = 0, STATE_FILTERING = 1 };
-
 }
 
 // At most output.size() bytes of what the driver returns are taken.
@@ -29,13 +27,13 @@ DriverStatus DriverLink::callLocked(
 
 DriverStatus DriverLink::callMethod(std::uint32_t selector, std::span<const std::byte> input)
 {
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock lock(connectionLock_);
     return callLocked(selector, input, {});
 }
 
 DriverStatus DriverLink::callWithKey(std::uint32_t selector)
 {
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock lock(connectionLock_);
     return callLocked(selector, g_skey, {});
 }
 
@@ -44,11 +42,11 @@ DriverStatus DriverLink::updateFilterStatus()
     const Connection connection = currentConnection();
     DriverStatus result = driverUnreachable;
     {
-        const std::lock_guard lock(g_sharedLock);
+        const MutexLock lock(g_sharedLock);
         result = callWithKey(METHOD_FILTER_STATUS);
     }
     {
-        const std::lock_guard lock(g_sharedLock);
+        const MutexLock lock(g_sharedLock);
         g_lastFilterState = result == driverSuccess ? STATE_FILTERING : STATE_OFF;
     }
     filterStatus_.updateStatus(result == driverSuccess ? FILTER_ENABLED : FILTER_DISABLED);
@@ -64,11 +62,11 @@ void DriverLink::filterStatusManager(const Connection& connection)
     while (isCurrent(connection)) {
         Clock::Duration pause = pollPause;
         {
-            const std::lock_guard lock(g_sharedLock);
+            const MutexLock lock(g_sharedLock);
             if (g_lastFilterState == STATE_UNKNOWN)
                 pause = firstPollPause;
         }
-        if (!host_.clock.sleep(pause) || !isCurrent(connection))
+        if (!services_.clock.sleep(pause) || !isCurrent(connection))
             return;
         (void)updateFilterStatus();
     }
@@ -103,8 +101,8 @@ void DriverLink::reloadQuiet()
 // Hang-ups in quick succession cause one reload.
 void DriverLink::handleHUPEvent()
 {
-    const std::lock_guard lock(connectionLock_);
-    const Clock::Instant now = host_.clock.now();
+    const MutexLock lock(connectionLock_);
+    const Clock::Instant now = services_.clock.now();
     if (g_lastReload && now - *g_lastReload < reloadPause)
         return;
     g_lastReload = now;
@@ -114,7 +112,7 @@ void DriverLink::handleHUPEvent()
 DriverStatus DriverLink::claim_notification_port()
 {
     {
-        const std::lock_guard lock(connectionLock_);
+        const MutexLock lock(connectionLock_);
         if (g_connected)
             return driverSuccess;
         SessionKey key{};
@@ -130,7 +128,7 @@ DriverStatus DriverLink::claim_notification_port()
 
 DriverStatus DriverLink::release_notification_port()
 {
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock lock(connectionLock_);
     if (!g_connected)
         return driverSuccess;
     const DriverStatus status = callLocked(METHOD_RELEASE_PORT, g_skey, {});

@@ -6,13 +6,13 @@ namespace vossel {
 
 std::int32_t FilterStatus::statusBarStatus() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return status_;
 }
 
 void FilterStatus::updateStatus(std::int32_t status)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (status_ == status)
         return;
     status_ = status;
@@ -22,7 +22,7 @@ void FilterStatus::updateStatus(std::int32_t status)
 
 void FilterStatus::setObserver(Observer observer)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     observer_ = std::move(observer);
     if (observer_)
         observer_(status_);

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "foundation/mutex.h"
+
 #include <cstdint>
 #include <functional>
-#include <mutex>
 
 namespace vossel {
 
@@ -25,9 +26,9 @@ public:
     void setObserver(Observer observer);
 
 private:
-    mutable std::mutex mutex_;
-    std::int32_t status_ = FILTER_INITIALIZING; // guarded by mutex_
-    Observer observer_; // guarded by mutex_
+    mutable Mutex mutex_;
+    std::int32_t status_ VOSSEL_GUARDED_BY(mutex_) = FILTER_INITIALIZING;
+    Observer observer_ VOSSEL_GUARDED_BY(mutex_);
 };
 
 }

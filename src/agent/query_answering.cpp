@@ -42,7 +42,7 @@ void DriverLink::startQuery(std::span<const std::byte> message)
     const auto copy = std::make_shared<policy_query_message>();
     std::memcpy(copy.get(), message.data(), sizeof *copy);
     const Connection connection = currentConnection();
-    if (!host_.threads.launch(
+    if (!services_.threads.launch(
             "query", [this, copy, connection] { handlePolicyQuery(*copy, connection); }))
         refuseQuery(*copy, connection);
 }
@@ -63,7 +63,7 @@ int DriverLink::handlePolicyQuery(const policy_query_message& message, const Con
     const std::int32_t status = filterStatus_.statusBarStatus();
     const bool quietWhileLocked = this->quietWhileLocked();
 
-    const std::lock_guard promptLock(g_promptLock);
+    const MutexLock promptLock(g_promptLock);
     if (!isCurrent(connection))
         return 0;
     user_prompt_response response{};
@@ -88,7 +88,7 @@ bool DriverLink::quietWhileLocked() const
 // Without a session the system has no word on the screen: the user is asked then.
 bool DriverLink::nobodyToAsk() const
 {
-    const auto session = host_.session.current();
+    const auto session = services_.session.current();
     return session && (session->screenLocked || !session->loginDone);
 }
 
@@ -96,8 +96,8 @@ bool DriverLink::deliver(
     user_prompt_response& response, const policy_query& query, const Connection& connection)
 {
     response.security_token = query.security_token;
-    const std::lock_guard shared(g_sharedLock);
-    const std::lock_guard lock(connectionLock_);
+    const MutexLock shared(g_sharedLock);
+    const MutexLock lock(connectionLock_);
     std::memcpy(response.skey, g_skey.data(), g_skey.size());
     if (g_driverConnection != connection)
         return false;
@@ -108,11 +108,11 @@ bool DriverLink::deliver(
 QueryWait::Outcome DriverLink::promptUserForPermission(
     const policy_query& query, user_prompt_response& response, const Connection& connection)
 {
-    const auto wait = std::make_shared<QueryWait>(host_.clock.now() + decisionTime);
+    const auto wait = std::make_shared<QueryWait>(services_.clock.now() + decisionTime);
     broker_.presentQueryToUser(query, wait);
     if (!isCurrent(connection)) // ended just now, too early for its end to cancel this query
         broker_.cancelQuery();
-    QueryWait::Outcome outcome = wait->wait(host_.clock);
+    QueryWait::Outcome outcome = wait->wait(services_.clock);
     if (broker_.haveResponse()) {
         response = broker_.getResponse();
         return outcome;

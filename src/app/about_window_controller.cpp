@@ -5,7 +5,6 @@
 #include "foundation/files.h"
 #include "foundation/text_format.h"
 #include "foundation/utf8.h"
-#include "platform/host.h"
 #include "platform/window_system.h"
 #include "settings/directories.h"
 
@@ -63,7 +62,7 @@ void AboutWindowController::windowDidLoad()
     versionTextField.setStringValue(
         formatText("Version %@ (%@)", {version_, buildFrom(context_.directories.buildNumber())}));
     setTheme();
-    context_.host.windows.activateApplication();
+    context_.windows.activateApplication();
     window.update([](WindowState& state) { state.orderedFront = true; });
 }
 

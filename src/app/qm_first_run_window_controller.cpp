@@ -4,7 +4,6 @@
 #include "app/window_theme.h"
 #include "foundation/log.h"
 #include "platform/clock.h"
-#include "platform/host.h"
 #include "platform/threads.h"
 
 #include <chrono>
@@ -39,13 +38,13 @@ QMFirstRunWindowController::QMFirstRunWindowController(const WindowContext& cont
 void QMFirstRunWindowController::setDelegate(
     std::shared_ptr<QMFirstRunWindowControllerDelegate> delegate)
 {
-    const std::lock_guard lock(lock_);
+    const MutexLock lock(lock_);
     delegate_.swap(delegate); // the former one goes after the lock has been given up
 }
 
 std::shared_ptr<QMFirstRunWindowControllerDelegate> QMFirstRunWindowController::delegate() const
 {
-    const std::lock_guard lock(lock_);
+    const MutexLock lock(lock_);
     return delegate_;
 }
 
@@ -74,7 +73,7 @@ void QMFirstRunWindowController::close()
 void QMFirstRunWindowController::awakeFromNib()
 {
     {
-        const std::lock_guard lock(lock_);
+        const MutexLock lock(lock_);
         if (!std::exchange(initialize_, false))
             return;
     }
@@ -89,7 +88,7 @@ void QMFirstRunWindowController::awakeFromNib()
 
 void QMFirstRunWindowController::windowDidLoad()
 {
-    context_.host.mainThread.performAndWait([this] {
+    context_.mainThread.performAndWait([this] {
         window.update([](WindowState& state) {
             state.level = WindowLevel::Status;
             state.orderedFront = true;
@@ -120,7 +119,7 @@ void QMFirstRunWindowController::setTheme()
 void QMFirstRunWindowController::startCountDown()
 {
     indicatorValue_ = 0;
-    if (!context_.host.threads.launch(
+    if (!context_.threads.launch(
             "first-run countdown", [self = shared_from_this()] { self->countDown(); }))
         logText("there is no thread left for the first-run countdown");
 }
@@ -129,9 +128,9 @@ void QMFirstRunWindowController::startCountDown()
 void QMFirstRunWindowController::countDown()
 {
     for (int second = 0; second < countdownSeconds; ++second) {
-        if (!context_.host.clock.sleep(std::chrono::seconds(1)))
+        if (!context_.clock.sleep(std::chrono::seconds(1)))
             return; // the program ends, which is not the end of first run
-        context_.host.mainThread.perform([self = shared_from_this()] { self->updateIndicator(); });
+        context_.mainThread.perform([self = shared_from_this()] { self->updateIndicator(); });
     }
     endFirstRun();
 }

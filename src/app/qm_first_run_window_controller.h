@@ -1,13 +1,13 @@
 #pragma once
 
 #include "app/window_context.h"
+#include "foundation/mutex.h"
 #include "ui/controls/button.h"
 #include "ui/controls/image_view.h"
 #include "ui/controls/progress_indicator.h"
 #include "ui/controls/window.h"
 
 #include <memory>
-#include <mutex>
 #include <string_view>
 
 namespace vossel {
@@ -73,9 +73,9 @@ private:
     const WindowContext context_;
     Phase phase_ = Phase::New;
     double indicatorValue_ = 0;
-    mutable std::mutex lock_;
-    bool initialize_ = true; // guarded by lock_
-    std::shared_ptr<QMFirstRunWindowControllerDelegate> delegate_; // guarded by lock_
+    mutable Mutex lock_;
+    bool initialize_ VOSSEL_GUARDED_BY(lock_) = true;
+    std::shared_ptr<QMFirstRunWindowControllerDelegate> delegate_ VOSSEL_GUARDED_BY(lock_);
 };
 
 }

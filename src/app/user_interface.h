@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/host.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -7,24 +9,14 @@
 
 namespace vossel {
 
-class AlertSound;
-class Clock;
-class MainThread;
-class NotificationCentre;
-class Notices;
 class PermissionsManager;
 class PersonQuestion;
-class ProcessControl;
-class Processes;
 class PromptPresenter;
 class ResponseListener;
-class ThreadLauncher;
-class Timers;
-class WindowSystem;
 
-// How the agent speaks with its user: on a terminal, by lines for a script. The services that
-// differ with it, and who shows the prompts. Made, used and destroyed on the main thread; each
-// service is used as its own interface says.
+// How the agent speaks with its user: in windows, on a terminal, by lines for a script. It owns the
+// services that differ with it, and what shows the prompts; it decides nothing. Made, used and
+// destroyed on the main thread; each service is used as its own interface says.
 class UserInterface {
 public:
     // What it is made of; outlives it.
@@ -34,24 +26,20 @@ public:
         Timers& timers;
         const Processes& processes;
         ProcessControl& processControl;
-        // Main thread: nobody can be asked any more, for this reason; the agent ends.
+        // Ends the agent, which can ask nobody any more for this reason. Main thread.
         std::function<void(const std::string& reason)> lost;
     };
     using Factory = std::function<std::unique_ptr<UserInterface>(const Surroundings&)>;
 
     virtual ~UserInterface() = default;
 
-    [[nodiscard]] virtual AlertSound& alertSound() = 0;
-    [[nodiscard]] virtual NotificationCentre& notifications() = 0;
-    [[nodiscard]] virtual Notices& notices() = 0;
-    [[nodiscard]] virtual ProcessControl& processControl() = 0;
-    [[nodiscard]] virtual WindowSystem& windows() = 0;
-    // Null where the desktop asks for passwords.
+    [[nodiscard]] virtual UserServices services() = 0;
+    // Where passwords are asked for; null leaves that to the desktop.
     [[nodiscard]] virtual PersonQuestion* question() = 0;
 
     [[nodiscard]] virtual PromptPresenter& presenter() = 0;
     [[nodiscard]] virtual ResponseListener& responses() = 0;
-    // Before the first prompt.
+    // Comes before the first prompt.
     virtual void setManager(const PermissionsManager* manager) = 0;
 
     // False when the system has no thread left to give.

@@ -2,13 +2,19 @@
 
 namespace vossel {
 
+class Clock;
 class Directories;
+class MainThread;
+class ThreadLauncher;
 class WindowPresenter;
-struct Host;
+class WindowSystem;
 
 // What the application's own windows are made from; all of it outlives them.
 struct WindowContext {
-    const Host& host;
+    Clock& clock;
+    ThreadLauncher& threads;
+    MainThread& mainThread;
+    WindowSystem& windows;
     const Directories& directories;
     WindowPresenter& presenter;
 };

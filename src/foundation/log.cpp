@@ -1,6 +1,7 @@
 #include "foundation/log.h"
 
-#include <mutex>
+#include "foundation/mutex.h"
+
 #include <utility>
 
 namespace vossel {
@@ -13,8 +14,8 @@ namespace {
 
 // Never destroyed: other threads may log while the program exits.
 struct Listener {
-    std::mutex lock;
-    LogSink sink; // guarded by lock
+    Mutex lock;
+    LogSink sink VOSSEL_GUARDED_BY(lock);
 };
 
 Listener& listener()
@@ -35,7 +36,7 @@ void setLogSink(LogSink sink)
     const bool listens = static_cast<bool>(sink);
     // The old sink's destructor is foreign code: it runs after the lock is given back.
     {
-        const std::lock_guard guard(current.lock);
+        const MutexLock guard(current.lock);
         std::swap(current.sink, sink);
         log_detail::listening.store(listens, std::memory_order_relaxed);
     }
@@ -46,7 +47,7 @@ void log_detail::write(std::string_view line)
     if (insideSink)
         return;
     auto& current = listener();
-    const std::lock_guard guard(current.lock);
+    const MutexLock guard(current.lock);
     if (!current.sink)
         return;
     insideSink = true;

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "foundation/mutex.h"
+
 #include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
 
 namespace vossel {
 
@@ -21,8 +21,8 @@ public:
 
     // Waits until `predicate` holds or `deadline` has come; returns what it last said. `lock` must
     // be held, is given up while waiting, and guards what the predicate reads.
-    virtual bool waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
-        Instant deadline, const std::function<bool()>& predicate)
+    virtual bool waitUntil(MutexLock& lock, Condition& condition, Instant deadline,
+        const std::function<bool()>& predicate)
         = 0;
 
     // Returns true after `duration`; false at once when the program is to end.

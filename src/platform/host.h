@@ -22,7 +22,8 @@ class WindowSystem;
 class Workspace;
 
 // The operating system as the agent sees it: one reference for each service. Whoever makes a Host
-// keeps what it refers to alive as long as anything that was made from it.
+// fills it by name and keeps what it refers to alive as long as anything that was made from it.
+// Only what assembles an agent has a whole one: a class takes the services that it uses.
 struct Host {
     Clock& clock;
     ThreadLauncher& threads;
@@ -40,6 +41,15 @@ struct Host {
     Notices& notices;
     WindowSystem& windows;
     Workspace& workspace;
+    ProcessControl& processControl;
+    AlertSound& alertSound;
+};
+
+// Those of the services that depend on how the user is asked.
+struct UserServices {
+    NotificationCentre& notifications;
+    Notices& notices;
+    WindowSystem& windows;
     ProcessControl& processControl;
     AlertSound& alertSound;
 };

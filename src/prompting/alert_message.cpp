@@ -4,6 +4,7 @@
 #include "foundation/path_text.h"
 #include "foundation/text_format.h"
 #include "prompting/path_hierarchy.h"
+#include "wire/pseudo_paths.h"
 
 #include <optional>
 
@@ -47,12 +48,16 @@ std::optional<PlaceRule> findPlaceRule(std::string_view path, std::string_view o
     const PlaceRule rules[] = {
         {Begins, "/private/var/db/lockdown/", ALERT_PAIRING_RECORDS,
             "Vossel detected an attempt to access iOS pairing records."},
-        {Begins, ":NVRAM/", ALERT_ORDINARY, "Vossel detected an attempt to write to NVRAM."},
-        {Begins, ":ATTACH/", ALERT_ORDINARY, "%@ is attempting to take over another process."},
-        {Begins, ":IOKIT/", ALERT_ORDINARY,
+        {Begins, firmwareVariablePaths, ALERT_ORDINARY,
+            "Vossel detected an attempt to write to NVRAM."},
+        {Begins, attachedProcessPaths, ALERT_ORDINARY,
+            "%@ is attempting to take over another process."},
+        {Begins, kernelServicePaths, ALERT_ORDINARY,
             "Vossel detected an attempt to connect to a kernel service."},
-        {Begins, ":KMOD/", ALERT_ORDINARY, "Vossel detected an attempt to load a kernel module."},
-        {Begins, "/dev/bpf", ALERT_ORDINARY, "%@ would like to intercept network packets."},
+        {Begins, kernelModulePaths, ALERT_ORDINARY,
+            "Vossel detected an attempt to load a kernel module."},
+        {Begins, packetCaptureDevices, ALERT_ORDINARY,
+            "%@ would like to intercept network packets."},
         {Begins, ownRules, ALERT_OWN_RULES, "%@ would like to access your Vossel rules."},
         {Begins, "/System/Library/Components/AppleScript.component/", ALERT_APPLESCRIPT,
             "%@ would like to execute an AppleScript."},

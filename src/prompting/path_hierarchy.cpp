@@ -3,6 +3,7 @@
 #include "foundation/log.h"
 #include "foundation/path_text.h"
 #include "prompting/program_name.h"
+#include "wire/pseudo_paths.h"
 
 #include <algorithm>
 
@@ -121,13 +122,13 @@ PathHierarchy constructPathHierarchy(const policy_query& query, const PathHierar
         choices.push_back(only);
     }
 
-    const bool isModule = path.starts_with(":KMOD/");
-    if (isModule || path.starts_with(":IOKIT/") || path.starts_with(":ATTACH/"))
+    const bool isModule = path.starts_with(kernelModulePaths);
+    if (isModule || path.starts_with(kernelServicePaths) || path.starts_with(attachedProcessPaths))
         recommended = lastIndex(hierarchy);
     if (isModule)
         return hierarchy;
-    if (path.starts_with("/dev/bpf")) {
-        choices.emplace_back("In /dev/bpf");
+    if (isPacketCaptureDevice(path)) {
+        choices.push_back(choice("In ", packetCaptureDevices));
         recommended = lastIndex(hierarchy);
         return hierarchy;
     }

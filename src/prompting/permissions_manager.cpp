@@ -16,9 +16,20 @@
 
 namespace vossel {
 
+PermissionsManager::Services::Services(const Host& host)
+    : mainThread(host.mainThread)
+    , accounts(host.accounts)
+    , processes(host.processes)
+    , installers(host.installers)
+    , notifications(host.notifications)
+    , windows(host.windows)
+    , workspace(host.workspace)
+{
+}
+
 PermissionsManager::PermissionsManager(
-    const Host& host, const Directories& directories, const UserChecks& userChecks)
-    : host_(host)
+    const Services& services, const Directories& directories, const UserChecks& userChecks)
+    : services_(services)
     , directories_(directories)
     , userChecks_(userChecks)
 {
@@ -32,11 +43,11 @@ bool PermissionsManager::presentQueryToUser(
     const policy_query& query, std::shared_ptr<QueryWait> waitingOn)
 {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         pendingCondition_ = waitingOn;
     }
     const bool simple = modeOfUser();
-    host_.mainThread.perform([this, query, simple, wait = std::move(waitingOn)] {
+    services_.mainThread.perform([this, query, simple, wait = std::move(waitingOn)] {
         if (simple)
             presentSimpleWindow(query, wait);
         else
@@ -47,7 +58,7 @@ bool PermissionsManager::presentQueryToUser(
 
 std::shared_ptr<QueryWait> PermissionsManager::currentWait() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return pendingCondition_;
 }
 
@@ -95,9 +106,9 @@ void PermissionsManager::displayGrowlNotification(
     notification.title = title;
     notification.informativeText = message;
     notification.actionButtonTitle = "View";
-    host_.mainThread.perform([this, notification = std::move(notification)] {
-        host_.notifications.setDelegate(this);
-        host_.notifications.deliver(notification);
+    services_.mainThread.perform([this, notification = std::move(notification)] {
+        services_.notifications.setDelegate(this);
+        services_.notifications.deliver(notification);
     });
 }
 
@@ -124,10 +135,10 @@ bool PermissionsManager::reevaluateQuery()
 // The wait is over, so the prompt can do no harm any more; nobody needs to wait for it to go.
 void PermissionsManager::withdrawWindowsOf(std::shared_ptr<QueryWait> wait)
 {
-    if (host_.mainThread.isCurrent())
+    if (services_.mainThread.isCurrent())
         closeWindowsOf(wait);
     else
-        host_.mainThread.perform([this, wait = std::move(wait)] { closeWindowsOf(wait); });
+        services_.mainThread.perform([this, wait = std::move(wait)] { closeWindowsOf(wait); });
 }
 
 // --- the main thread: windows -------------------------------------------------------------------
@@ -147,7 +158,7 @@ void PermissionsManager::presentWindow(
     prompt->showWindow();
     wait->setRecommendedPath(prompt->recommendedPath());
     if (permissionsWindowController_ == prompt)
-        host_.windows.activateApplication();
+        services_.windows.activateApplication();
 }
 
 void PermissionsManager::presentSimpleWindow(
@@ -165,7 +176,7 @@ void PermissionsManager::presentSimpleWindow(
     prompt->setDelegate(this);
     prompt->showWindow();
     if (simplePermissionsWindowController_ == prompt)
-        host_.windows.activateApplication();
+        services_.windows.activateApplication();
 }
 
 void PermissionsManager::closeWindowsOf(const std::shared_ptr<QueryWait>& wait)
@@ -176,7 +187,7 @@ void PermissionsManager::closeWindowsOf(const std::shared_ptr<QueryWait>& wait)
     shownWait_.reset();
     simpleModeOverride_ = false;
     isPresenting_ = false;
-    host_.windows.hideApplication();
+    services_.windows.hideApplication();
 }
 
 // A closed prompt has no delegate any more: it may still stand on the stack, inside an
@@ -201,7 +212,7 @@ bool PermissionsManager::simpleMode() const
 bool PermissionsManager::modeOfUser() const
 {
     if (userChecks_.isAdminUser())
-        return fileExists(directories_.simpleModeMarker(host_.accounts.loginName()));
+        return fileExists(directories_.simpleModeMarker(services_.accounts.loginName()));
     const std::int64_t detail = valueForPreference(directories_, preference::userDetail);
     return detail != 1 && detail != 2;
 }
@@ -291,14 +302,14 @@ std::string PermissionsManager::manicureDisplayPathForQuery(const policy_query& 
 
 PathHierarchy PermissionsManager::constructPathHierarchy(const policy_query& query) const
 {
-    const std::string home = host_.accounts.homeDirectory();
+    const std::string home = services_.accounts.homeDirectory();
     return vossel::constructPathHierarchy(
         query, {home, userChecks_.isAdminUser(), simpleModeOverride_});
 }
 
 AlertMessage PermissionsManager::buildAlertMessage(policy_query& query) const
 {
-    const std::string home = host_.accounts.homeDirectory();
+    const std::string home = services_.accounts.homeDirectory();
     return vossel::buildAlertMessage(query, {simpleMode(), home, directories_});
 }
 
@@ -306,7 +317,7 @@ std::int64_t PermissionsManager::populateProcessDisplayComponents(PopUpButton& m
     const policy_query& forQuery, std::map<std::int64_t, std::string>& populateAncestors,
     bool* isInstaller) const
 {
-    ProcessMenu processes = buildProcessMenu(forQuery, host_.processes, host_.installers);
+    ProcessMenu processes = buildProcessMenu(forQuery, services_.processes, services_.installers);
     for (const ProcessMenuItem& item : processes.items)
         menu.addItem(item.title, item.tag);
     populateAncestors.merge(processes.ancestors);
@@ -409,10 +420,10 @@ void PermissionsManager::didActivateNotification(const UserNotification& notific
     const auto& userInfo = notification.userInfo;
     const bool autodetect = userInfo && userInfo->find("autodetectAsset");
     if (body && !autodetect)
-        host_.notifications.removeDelivered(notification.identifier);
+        services_.notifications.removeDelivered(notification.identifier);
     if (!userInfo) {
         if (!body)
-            host_.workspace.launchApplication(directories_.configurationApplication());
+            services_.workspace.launchApplication(directories_.configurationApplication());
         return;
     }
     if (!routes_) {

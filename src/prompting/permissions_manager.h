@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/mutex.h"
 #include "platform/host.h"
 #include "platform/notifications.h"
 #include "prompting/alert_message.h"
@@ -13,7 +14,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace vossel {
@@ -33,8 +33,21 @@ class PermissionsManager final : public QMPermissionsWindowDelegate,
                                  public QMSimplePermissionsWindowDelegate,
                                  public NotificationCentreDelegate {
 public:
+    struct Services {
+        // Implicit on purpose: who has a host hands it over as it is.
+        Services(const Host& host); // NOLINT(google-explicit-constructor)
+
+        MainThread& mainThread;
+        const Accounts& accounts;
+        const Processes& processes;
+        const Installers& installers;
+        NotificationCentre& notifications;
+        WindowSystem& windows;
+        Workspace& workspace;
+    };
+
     PermissionsManager(
-        const Host& host, const Directories& directories, const UserChecks& userChecks);
+        const Services& services, const Directories& directories, const UserChecks& userChecks);
     ~PermissionsManager() override;
 
     // Both before the first query. Without routes, clicks on others' notifications are logged.
@@ -113,14 +126,14 @@ private:
     [[nodiscard]] PromptWindow* openPrompt() const;
     void decide(const user_prompt_response& response);
 
-    const Host& host_;
+    const Services services_;
     const Directories& directories_;
     const UserChecks& userChecks_;
     PromptFactory* factory_ = nullptr;
     NotificationRoutes* routes_ = nullptr;
 
-    mutable std::mutex mutex_;
-    std::shared_ptr<QueryWait> pendingCondition_; // guarded by mutex_; the latest query's
+    mutable Mutex mutex_;
+    std::shared_ptr<QueryWait> pendingCondition_ VOSSEL_GUARDED_BY(mutex_); // the latest query's
 
     std::atomic<bool> isPresenting_ = false; // written by the main thread
 

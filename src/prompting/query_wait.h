@@ -1,10 +1,9 @@
 #pragma once
 
+#include "foundation/mutex.h"
 #include "platform/clock.h"
 #include "wire/driver_messages.h"
 
-#include <condition_variable>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -47,12 +46,11 @@ public:
 
 private:
     const Clock::Instant deadline_;
-    mutable std::mutex mutex_;
-    std::condition_variable finished_;
-    // Guarded by mutex_.
-    Outcome outcome_ = Outcome::Waiting;
-    user_prompt_response response_{};
-    std::optional<std::string> recommendedPath_;
+    mutable Mutex mutex_;
+    Condition finished_;
+    Outcome outcome_ VOSSEL_GUARDED_BY(mutex_) = Outcome::Waiting;
+    user_prompt_response response_ VOSSEL_GUARDED_BY(mutex_){};
+    std::optional<std::string> recommendedPath_ VOSSEL_GUARDED_BY(mutex_);
 };
 
 }

@@ -1,12 +1,12 @@
 #include "prompting/response_builder.h"
 
+#include "wire/pseudo_paths.h"
+
 #include <string_view>
 
 namespace vossel {
 
 namespace {
-
-constexpr std::string_view packetCaptureDevice = "/dev/bpf";
 
 void storeScope(user_prompt_response& response, std::string_view choice)
 {
@@ -46,8 +46,8 @@ user_prompt_response buildResponse(const policy_query& query, const PromptDecisi
         response.pathType = PATH_PREFIX;
     }
     // A decision on one capture device covers all of them: their numbers mean nothing to a person.
-    if (textOf(response.path).starts_with(packetCaptureDevice)) {
-        storeText(response.path, packetCaptureDevice);
+    if (isPacketCaptureDevice(textOf(response.path))) {
+        storeText(response.path, packetCaptureDevices);
         response.pathType = PATH_PREFIX;
     }
     return response;

@@ -73,7 +73,7 @@ std::optional<std::string> pathOfFileUrl(std::string_view url)
 
 std::int32_t Utilities::processIDForParentOfProcessID(std::uint32_t pid) const
 {
-    return host_.processes.parentOf(pid);
+    return services_.processes.parentOf(pid);
 }
 
 std::uint32_t Utilities::findProcessIDWithPath(std::string_view path) const
@@ -81,8 +81,8 @@ std::uint32_t Utilities::findProcessIDWithPath(std::string_view path) const
     // A process whose path may not be read has an empty one: it must match nothing.
     const auto wanted = path.substr(0, comparedPathBytes);
     std::uint32_t found = 0;
-    for (const auto pid : host_.processes.all()) {
-        const auto executable = host_.processes.executablePath(pid);
+    for (const auto pid : services_.processes.all()) {
+        const auto executable = services_.processes.executablePath(pid);
         if (!executable.empty() && executable == wanted)
             found = pid;
     }
@@ -91,22 +91,22 @@ std::uint32_t Utilities::findProcessIDWithPath(std::string_view path) const
 
 std::uint32_t Utilities::findInstallerPID() const
 {
-    return host_.installers.runningInstaller();
+    return services_.installers.runningInstaller();
 }
 
 bool Utilities::isDiskImageAtURL(std::string_view url) const
 {
     const auto path = pathOfFileUrl(url);
-    return path && host_.volumes.isDiskImage(*path);
+    return path && services_.volumes.isDiskImage(*path);
 }
 
 void Utilities::adjustFontSizeToFitWidth(TextField& field) const
 {
     const Rect given = field.frame();
-    field.sizeToFit(host_.windows);
+    field.sizeToFit(services_.windows);
     while (field.fontSize() > smallestShrunkFont && field.frame().width > given.width) {
         field.setFontSize(field.fontSize() - fontStep);
-        field.sizeToFit(host_.windows);
+        field.sizeToFit(services_.windows);
     }
     Rect fitted = field.frame();
     fitted.width = std::min(fitted.width, given.width);

@@ -10,12 +10,28 @@ namespace vossel {
 
 class TextField;
 
-// Small questions that the prompts ask of the system, each answered afresh. Holds nothing but the
-// host; the font is the main thread's, the rest may be asked from any thread.
+// Small questions that the prompts ask of the system, each answered afresh. Holds nothing but
+// services; the font is the main thread's, the rest may be asked from any thread.
 class Utilities {
 public:
-    explicit Utilities(const Host& host)
-        : host_(host)
+    struct Services {
+        // Implicit on purpose: who has a host hands it over as it is.
+        Services(const Host& host) // NOLINT(google-explicit-constructor)
+            : processes(host.processes)
+            , installers(host.installers)
+            , volumes(host.volumes)
+            , windows(host.windows)
+        {
+        }
+
+        const Processes& processes;
+        const Installers& installers;
+        const Volumes& volumes;
+        const WindowSystem& windows;
+    };
+
+    explicit Utilities(const Services& services)
+        : services_(services)
     {
     }
 
@@ -31,7 +47,7 @@ public:
     void adjustFontSizeToFitWidth(TextField& field) const;
 
 private:
-    const Host& host_;
+    const Services services_;
 };
 
 }

@@ -6,13 +6,13 @@ namespace vossel {
 
 bool Authentication::performAuthentication() const
 {
-    return performTouchIDAuthentication() || host_.authenticator.obtainAdministratorRight();
+    return performTouchIDAuthentication() || authenticator_.obtainAdministratorRight();
 }
 
 bool Authentication::performTouchIDAuthentication() const
 {
-    return host_.authenticator.canEvaluateFingerprint()
-        && host_.authenticator.evaluateFingerprint("verify authorization");
+    return authenticator_.canEvaluateFingerprint()
+        && authenticator_.evaluateFingerprint("verify authorization");
 }
 
 }

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "platform/host.h"
-
 namespace vossel {
+
+class Authenticator;
 
 // Asks the person at the machine to prove that they are an administrator. Blocks its caller, which
 // may be the main thread; every failure is a no.
 class Authentication {
 public:
-    explicit Authentication(const Host& host)
-        : host_(host)
+    explicit Authentication(Authenticator& authenticator)
+        : authenticator_(authenticator)
     {
     }
 
@@ -18,7 +18,7 @@ public:
     [[nodiscard]] bool performTouchIDAuthentication() const;
 
 private:
-    const Host& host_;
+    Authenticator& authenticator_;
 };
 
 }

@@ -13,7 +13,7 @@ namespace vossel {
 
 void UserNotices::displayNotice(std::string_view header, std::string_view message) const
 {
-    host_.notices.display({.header = fromMacRoman(header),
+    services_.notices.display({.header = fromMacRoman(header),
         .message = fromMacRoman(message),
         .icon = directories_.lockImage(),
         .timeoutSeconds = 60});
@@ -27,13 +27,14 @@ void UserNotices::sendIgnoredNotificationForPid(std::int32_t pid, std::string_vi
         notification.informativeText = formatText(
             "Ignored software-composed %@ from a program that nobody can name", {type});
     } else {
-        const std::string path = host_.processes.executablePath(static_cast<std::uint32_t>(pid));
+        const std::string path
+            = services_.processes.executablePath(static_cast<std::uint32_t>(pid));
         const std::string name
             = path.empty() ? "unknown program" : toValidUtf8(lastPathComponent(path));
         notification.informativeText = formatText(
             "Ignored software-composed %@ from %@ (%@)", {type, name, std::to_string(pid)});
     }
-    host_.notifications.deliver(notification);
+    services_.notifications.deliver(notification);
 }
 
 }

@@ -11,8 +11,22 @@ namespace vossel {
 // What the agent tells the user outside the prompts. Any thread; both return at once.
 class UserNotices {
 public:
-    UserNotices(const Host& host, const Directories& directories)
-        : host_(host)
+    struct Services {
+        // Implicit on purpose: who has a host hands it over as it is.
+        Services(const Host& host) // NOLINT(google-explicit-constructor)
+            : processes(host.processes)
+            , notifications(host.notifications)
+            , notices(host.notices)
+        {
+        }
+
+        const Processes& processes;
+        NotificationCentre& notifications;
+        Notices& notices;
+    };
+
+    UserNotices(const Services& services, const Directories& directories)
+        : services_(services)
         , directories_(directories)
     {
     }
@@ -27,7 +41,7 @@ public:
     void sendIgnoredNotificationForPid(std::int32_t pid, std::string_view type) const;
 
 private:
-    const Host& host_;
+    const Services services_;
     const Directories& directories_;
 };
 

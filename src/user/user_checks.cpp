@@ -16,17 +16,17 @@ bool isAdministrator(const Accounts& accounts)
 
 bool UserChecks::isRoot() const
 {
-    return host_.accounts.realUserId() == 0;
+    return accounts_.realUserId() == 0;
 }
 
 bool UserChecks::hasConsole() const
 {
-    return host_.accounts.consoleUser().has_value();
+    return accounts_.consoleUser().has_value();
 }
 
 bool UserChecks::isAdminUser() const
 {
-    return isAdministrator(host_.accounts);
+    return isAdministrator(accounts_);
 }
 
 bool UserChecks::canCreateRules() const

@@ -1,9 +1,10 @@
 #pragma once
 
-#include "platform/host.h"
 #include "settings/directories.h"
 
 namespace vossel {
+
+class Accounts;
 
 // Whether the real user is an administrator: never root; true only when the system reports
 // membership in the administrators' group.
@@ -12,8 +13,8 @@ namespace vossel {
 // Who the user is and what they may do; answered afresh at each call, from any thread.
 class UserChecks {
 public:
-    UserChecks(const Host& host, const Directories& directories)
-        : host_(host)
+    UserChecks(const Accounts& accounts, const Directories& directories)
+        : accounts_(accounts)
         , directories_(directories)
     {
     }
@@ -28,7 +29,7 @@ public:
     [[nodiscard]] bool checkLearningMode() const;
 
 private:
-    const Host& host_;
+    const Accounts& accounts_;
     const Directories& directories_;
 };
 

@@ -26,6 +26,6 @@ struct ReplyHeader {
 };
 static_assert(sizeof(ReplyHeader) == 4);
 
-inline constexpr std::size_t largestPacket = 8192;
+inline constexpr std::size_t maxPacketSize = 8192;
 
 }

@@ -36,7 +36,8 @@ protected:
     Directories directories_{root_.path()};
     SimulatedHost host_;
     AboutPresenter presenter_;
-    const WindowContext context_{host_.host, directories_, presenter_};
+    const WindowContext context_{
+        host_.clock, host_.threads, host_.mainThread, host_.windows, directories_, presenter_};
 };
 
 TEST_F(AboutWindow, SaysVersionAndBuildWhateverTheFileHolds)

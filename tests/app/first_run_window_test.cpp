@@ -67,8 +67,8 @@ protected:
     SimulatedHost host_;
     NotingPresenter presenter_;
     std::shared_ptr<CountingDelegate> delegate_ = std::make_shared<CountingDelegate>();
-    std::shared_ptr<QMFirstRunWindowController> window_
-        = QMFirstRunWindowController::init({host_.host, directories_, presenter_});
+    std::shared_ptr<QMFirstRunWindowController> window_ = QMFirstRunWindowController::init(
+        {host_.clock, host_.threads, host_.mainThread, host_.windows, directories_, presenter_});
     const std::weak_ptr<QMFirstRunWindowController> counting_ = window_;
     int passed_ = 0;
 };

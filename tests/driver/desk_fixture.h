@@ -36,7 +36,7 @@ protected:
         question.access.operations = operations;
         question.access.program = {program, true, 1, std::hash<std::string>()(program), 1, ""};
         question.process = process;
-        question.startTime = readStartTime("/proc", process);
+        question.startTime = readStartTime(SystemRoot(), process);
         question.access.realUser = user;
         desk->ask(question,
             {[this, name](bool allow) { outcomes += name + (allow ? "+" : "-"); },

@@ -164,7 +164,7 @@ TEST_F(Desk, KeepsAUsersOwnAnswersToThatUser)
 
 TEST_F(Desk, DeniesAUserAndGivesTheDefaultBeyondWhatItCanHold)
 {
-    TestAgent agent = start({.configuredUser = {}, .mostWaiting = 8});
+    TestAgent agent = start({.configuredUser = {}, .maxWaiting = 8});
     const auto askAs = [this](uid_t user, const std::string& names) {
         for (const char name : names)
             ask({name}, std::string("/g/") + name, OPERATION_READ, "/usr/bin/cat", 1, user);

@@ -1,14 +1,12 @@
-#include "driver/desk/process_life.h"
 #include "driver/guard/blocked_call.h"
 #include "driver/guard/guarded_folder.h"
 #include "foundation/files.h"
-#include "hosts/linux/proc_file.h"
-#include "support/child_process.h"
 #include "support/temporary_directory.h"
 #include "wire/driver_messages.h"
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/syscall.h>
 
 #include <filesystem>
@@ -63,23 +61,6 @@ TEST(BlockedCall, IsReadFromTheSystemCallsFlags)
     }
 }
 
-TEST(ProcFile, ReadsAThreadWhateverItCallsItself)
-{
-    const test::TemporaryDirectory proc;
-    std::filesystem::create_directory(proc / "7");
-    ASSERT_TRUE(writeFile(proc / "7/status",
-        "Name:\t) Tgid:\\nPPid:\t9\nTgid:\t5\nPid:\t7\nPPid:\t3\nUid:\t1000\t0\t0\t0\n"));
-    EXPECT_EQ(readThreadFacts(proc.path(), 7), (ThreadFacts{5, 3, 1000}));
-    EXPECT_FALSE(readThreadFacts(proc.path(), 8));
-    const std::pair<const char*, std::uint64_t> rows[]
-        = {{"7 (a) S 1 (b) S 3 4 5 0 -1 4194560 10 0 0 0 1 2 3 4 20 0 1 0 98765 100\n", 98765},
-            {"", 0}, {"7 (a", 0}, {"7 (a) S 1 2", 0}, {"7 (a) S 3 4 5", 0}};
-    for (const auto& [stat, start] : rows) {
-        ASSERT_TRUE(writeFile(proc / "7/stat", stat));
-        EXPECT_EQ(readStartTime(proc.path(), 7), start) << stat;
-    }
-}
-
 TEST(GuardedFolder, IsNoPartOfTheRootFileSystem)
 {
     const std::string disk = "1 0 8:1 / / rw - ext4 /dev/vda1 rw\n";
@@ -103,19 +84,6 @@ TEST(GuardedFolder, IsNoPartOfTheRootFileSystem)
         ASSERT_TRUE(writeFile(root / "proc/self/mountinfo", mounts));
         EXPECT_EQ(bool(isApartFromRoot(SystemRoot(root.path()), "/g")), apart) << mounts;
     }
-}
-
-TEST(ProcessLife, EndsWithTheProcessAndKnowsItsNumbersSuccessors)
-{
-    test::ChildProcess child({"cat"}, "/dev/null");
-    const std::uint64_t start = readStartTime("/proc", child.pid());
-    const auto lives = whileProcessLives(child.pid(), start);
-    EXPECT_TRUE(lives());
-    EXPECT_FALSE(whileProcessLives(child.pid(), start + 1)());
-    child.closeInput();
-    siginfo_t ended;
-    ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(child.pid()), &ended, WEXITED | WNOWAIT), 0);
-    EXPECT_FALSE(lives()) << "although nobody has taken its exit status yet";
 }
 
 }

@@ -1,6 +1,5 @@
 #include "desk_fixture.h"
 #include "driver/desk/agent_policy.h"
-#include "driver/server/driver_socket.h"
 
 #include <sys/stat.h>
 
@@ -66,6 +65,18 @@ TEST_F(Protocol, RefusesEveryMalformedPacketAndChangesNothing)
     EXPECT_EQ(agent.call(METHOD_FILTER_STATUS, agent.key), CALL_DONE) << "the session lives on";
     EXPECT_EQ(outcomes, "");
     reply(agent, "/g/a", test::answer(DECISION_ALLOW, "/g/a"));
+}
+
+TEST_F(Protocol, AnswersWhatWasSentBeforeTheEndOfSending)
+{
+    TestAgent agent = start();
+    agent.send(PACKET_CALL, METHOD_FILTER_STATUS, {}, {}, 0); // says nothing
+    agent.send(PACKET_CALL, METHOD_FILTER_STATUS, agent.key, {});
+    ASSERT_EQ(::shutdown(agent.socket.get(), SHUT_WR), 0);
+    EXPECT_EQ(agent.status(), CALL_BAD_REQUEST);
+    EXPECT_EQ(agent.status(), CALL_DONE);
+    EXPECT_EQ(agent.status(), -1);
+    EXPECT_TRUE(driver->server.clients().empty());
 }
 
 TEST_F(Protocol, TakesTheNewestKeyAlone)
@@ -137,32 +148,12 @@ TEST_F(Protocol, BoundsTheConnectionsOfAUser)
         return driver->server.clients().size();
     };
     static_cast<void>(::seteuid(4711)); // where this is root, whose connections are not counted
-    EXPECT_EQ(connect(20), SessionServer::mostConnectionsPerUser);
+    EXPECT_EQ(connect(20), SessionServer::maxConnectionsPerUser);
     static_cast<void>(::seteuid(::getuid()));
     if (::getuid() == 0) {
-        EXPECT_EQ(connect(250), SessionServer::mostConnections);
+        EXPECT_EQ(connect(250), SessionServer::maxConnections);
     }
     EXPECT_EQ(agents[0].openSession(), CALL_DONE) << "who came in time is served";
-}
-
-TEST(DriverSocket, IsTakenOverOnlyWhenNobodyAnswers)
-{
-    const test::TemporaryDirectory folder;
-    // An address holds no path as long as the second.
-    for (const std::string& prefix : {folder / "short", folder / std::string(200, 'p')}) {
-        const std::string path = prefix + "/run/VosselDriver.sock";
-        {
-            const Result<UniqueFd> listening = listenAt(path);
-            ASSERT_TRUE(listening) << listening.reason();
-            EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0666));
-            EXPECT_NE(listenAt(path).reason().find("another driver"), std::string::npos);
-        }
-        EXPECT_TRUE(listenAt(path)) << "a dead driver left its socket";
-    }
-    ASSERT_TRUE(writeFile(folder / "file", "kept"));
-    EXPECT_FALSE(listenAt(folder / "file"));
-    EXPECT_FALSE(listenAt(folder / std::string(120, 'x')));
-    EXPECT_TRUE(fileExists(folder / "file"));
 }
 
 TEST(AgentPolicy, RanksAgents)

@@ -1,4 +1,4 @@
-#include "driver/desk/replay.h"
+#include "driver/replay/replay.h"
 #include "stepping_driver.h"
 
 #include <gtest/gtest.h>

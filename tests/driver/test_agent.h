@@ -61,6 +61,11 @@ public:
     std::int32_t packet(std::uint32_t kind, std::uint32_t selector, Bytes input,
         const std::vector<int>& descriptors, std::size_t headerSize = sizeof(CallHeader))
     {
+        return send(kind, selector, std::move(input), descriptors, headerSize) ? status() : -1;
+    }
+    bool send(std::uint32_t kind, std::uint32_t selector, Bytes input,
+        const std::vector<int>& descriptors, std::size_t headerSize = sizeof(CallHeader)) const
+    {
         CallHeader header = {kind, selector};
         iovec parts[] = {{&header, headerSize}, {input.data(), input.size()}};
         const std::size_t size = descriptors.size() * sizeof(int);
@@ -71,8 +76,11 @@ public:
             reinterpret_cast<const char*>(descriptors.data()), size, control.data() + CMSG_LEN(0));
         const msghdr message
             = {nullptr, 0, parts, 2, control.data(), size > 0 ? control.size() : 0, 0};
-        if (::sendmsg(socket.get(), &message, MSG_NOSIGNAL) < 0)
-            return -1;
+        return ::sendmsg(socket.get(), &message, MSG_NOSIGNAL) >= 0;
+    }
+    // Of the next reply, or -1 when none comes; what follows it is in `output`.
+    std::int32_t status()
+    {
         output = receive(socket.get());
         std::int32_t status = -1;
         if (output.size() < sizeof status)
@@ -117,7 +125,7 @@ private:
     }
     Bytes receive(int fd)
     {
-        Bytes bytes(largestPacket);
+        Bytes bytes(maxPacketSize);
         const ssize_t size
             = comes(fd, 20000) ? ::recv(fd, bytes.data(), bytes.size(), MSG_DONTWAIT) : 0;
         bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));

@@ -36,7 +36,7 @@ Lines cut(std::string_view bytes, std::size_t piece)
 struct Agent {
     const Directories directories{"/nonexistent"};
     SimulatedHost host;
-    UserChecks userChecks{host.host, directories};
+    UserChecks userChecks{host.accounts, directories};
     std::size_t prompts = 0;
     LineOutput output{[this](std::string_view line) {
         const Json event = Json::parse(line, nullptr, false);

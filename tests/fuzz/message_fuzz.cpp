@@ -23,7 +23,7 @@ namespace {
 struct Machine {
     Directories directories{"/nonexistent"};
     SimulatedHost host;
-    UserChecks checks{host.host, directories};
+    UserChecks checks{host.accounts, directories};
     PermissionsManager broker{host.host, directories, checks};
     FilterStatus status;
     DriverLink link{host.host, directories, checks, status, broker};

@@ -1,4 +1,5 @@
 #include "hosts/linux/driver_service.h"
+#include "hosts/linux/packet_socket.h"
 #include "support/temporary_directory.h"
 #include "wire/driver_messages.h"
 #include "wire/driver_transport.h"
@@ -47,7 +48,7 @@ protected:
     Call next() const
     {
         Call call;
-        char input[largestPacket] = {};
+        char input[maxPacketSize] = {};
         alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
         iovec pieces[] = {{&call.header, sizeof call.header}, {input, sizeof input}};
         msghdr message = {nullptr, 0, pieces, 2, control, sizeof control, 0};
@@ -118,9 +119,9 @@ protected:
 TEST_F(DriverConnectionTest, CallsCarryTheirBytesAndEveryStatusBothWays)
 {
     connect();
-    EXPECT_EQ(call(got, std::string(largestPacket - 7, 'x')), driverUnreachable)
+    EXPECT_EQ(call(got, std::string(maxPacketSize - 7, 'x')), driverUnreachable)
         << "what fits no packet is not sent and harms nothing";
-    const std::string most(largestPacket - sizeof(CallHeader), 'x');
+    const std::string most(maxPacketSize - sizeof(CallHeader), 'x');
     for (const auto& [input, status, output] : {std::tuple(std::string("in"), 0, "full"),
              {most, 0, "few"}, {"", -536870212, ""}, {"in", 5, "part"}}) {
         const std::jthread answer = onCall([&, in = input, s = status, o = output](Call& asked) {
@@ -180,11 +181,11 @@ TEST_F(DriverConnectionTest, AllThatTheDriverSaidIsHeardBeforeItsEnd)
         UniqueFd port = setPort();
         post(port, "one");
         post(port, ""); // no message at all
-        post(port, std::string(largestPacket + 1, 'x'));
-        post(port, std::string(largestPacket, 'y'));
+        post(port, std::string(maxPacketSize + 1, 'x'));
+        post(port, std::string(maxPacketSize, 'y'));
         portFirst ? port.reset() : driver.reset();
         EXPECT_EQ(received(), "one");
-        EXPECT_EQ(received(), std::string(largestPacket, 'y'));
+        EXPECT_EQ(received(), std::string(maxPacketSize, 'y'));
         EXPECT_EQ(received(), "(end)");
     }
 }
@@ -317,6 +318,26 @@ TEST_F(DriverServiceTest, RefusesADriverOfAnotherUser)
         ASSERT_EQ(::chown(path.c_str(), owner, 0), 0);
         EXPECT_EQ(service.open() != nullptr, owner == 0) << owner;
     }
+}
+
+TEST(PacketSocketTest, IsTakenOverOnlyWhenNobodyAnswers)
+{
+    const test::TemporaryDirectory folder;
+    // An address holds no path as long as the second.
+    for (const std::string& prefix : {folder / "short", folder / std::string(200, 'p')}) {
+        const std::string path = prefix + "/run/VosselDriver.sock";
+        {
+            const Result<UniqueFd> listening = listenAt(path);
+            ASSERT_TRUE(listening) << listening.reason();
+            EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0666));
+            EXPECT_NE(listenAt(path).reason().find("another driver"), std::string::npos);
+        }
+        EXPECT_TRUE(listenAt(path)) << "a dead driver left its socket";
+    }
+    ASSERT_TRUE(writeFile(folder / "file", "kept"));
+    EXPECT_FALSE(listenAt(folder / "file"));
+    EXPECT_FALSE(listenAt(folder / std::string(120, 'x')));
+    EXPECT_TRUE(fileExists(folder / "file"));
 }
 
 }

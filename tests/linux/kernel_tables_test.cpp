@@ -1,6 +1,9 @@
 #include "hosts/linux/installers.h"
+#include "hosts/linux/proc_file.h"
+#include "hosts/linux/process_life.h"
 #include "hosts/linux/volumes.h"
 #include "linux/tree.h"
+#include "support/child_process.h"
 
 #include <gtest/gtest.h>
 
@@ -46,6 +49,56 @@ TEST(LinuxProcessesTest, NamesExecutables)
     EXPECT_EQ(processes.executablePath(3), odd);
     EXPECT_EQ(processes.executablePath(4).size(), 1023u);
     EXPECT_EQ(processes.executablePath(5), "");
+}
+
+TEST(ProcFileTest, ReadsAThreadWhateverItCallsItself)
+{
+    const test::Tree tree;
+    const SystemRoot root(tree.root());
+    tree.file("/proc/7/status",
+        "Name:\t) Tgid:\\nPPid:\t9\nTgid:\t5\nPid:\t7\nPPid:\t3\nUid:\t1000\t0\t1\t2\n");
+    EXPECT_EQ(readThreadFacts(root, 7), (ThreadFacts{5, 3, 1000, 0, 1}));
+    EXPECT_FALSE(readThreadFacts(root, 8));
+    const std::pair<const char*, std::uint64_t> rows[]
+        = {{"7 (a) S 1 (b) S 3 4 5 0 -1 4194560 10 0 0 0 1 2 3 4 20 0 1 0 98765 100\n", 98765},
+            {"", 0}, {"7 (a", 0}, {"7 (a) S 1 2", 0}, {"7 (a) S 3 4 5", 0}};
+    for (const auto& [stat, start] : rows) {
+        tree.file("/proc/7/stat", stat);
+        EXPECT_EQ(readStartTime(root, 7), start) << stat;
+    }
+}
+
+// The agent and the driver name a program by the same file.
+TEST(ProcFileTest, NamesARunningProgramThatWasRenamed)
+{
+    const test::Tree tree;
+    const std::pair<const char*, bool> rows[]
+        = {{"/gone", false}, {"/linked", true}, {"/called so (deleted)", false}};
+    for (const auto& [name, linked] : rows) {
+        std::filesystem::copy_file("/bin/cat", tree.at(name));
+        if (linked)
+            std::filesystem::create_hard_link(tree.at(name), tree.at("/other"));
+        const test::ChildProcess program({tree.at(name)}, "/dev/null");
+        while (readExecutable(SystemRoot(), program.pid())->path != tree.at(name)) { }
+        if (!std::string_view(name).ends_with(" (deleted)"))
+            std::filesystem::remove(tree.at(name));
+        EXPECT_EQ(readExecutable(SystemRoot(), program.pid())->path, tree.at(name));
+        EXPECT_EQ(LinuxProcesses().executablePath(static_cast<std::uint32_t>(program.pid())),
+            tree.at(name));
+    }
+}
+
+TEST(ProcessLifeTest, EndsWithTheProcessAndKnowsItsNumbersSuccessors)
+{
+    test::ChildProcess child({"cat"}, "/dev/null");
+    const std::uint64_t start = readStartTime(SystemRoot(), child.pid());
+    const auto lives = whileProcessLives(child.pid(), start);
+    EXPECT_TRUE(lives());
+    EXPECT_FALSE(whileProcessLives(child.pid(), start + 1)());
+    child.closeInput();
+    siginfo_t ended;
+    ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(child.pid()), &ended, WEXITED | WNOWAIT), 0);
+    EXPECT_FALSE(lives()) << "although nobody has taken its exit status yet";
 }
 
 TEST(LinuxVolumesTest, TellsImagesByTheirDevice)
@@ -114,8 +167,8 @@ TEST(LinuxInstallersTest, TheOutermostManagerCounts)
         const std::string id = std::to_string(user);
         tree.file(
             folder + "/stat", std::to_string(pid) + " (pacman) S " + std::to_string(parent) + " 1");
-        tree.file(
-            folder + "/status", "Name:\tx\nUid:\t" + id + "\t" + id + "\t" + id + "\t" + id + "\n");
+        tree.file(folder + "/status",
+            "Name:\tx\nTgid:\t1\nPPid:\t1\nUid:\t" + id + "\t" + id + "\t" + id + "\t" + id + "\n");
         tree.link(folder + "/exe", executable);
     };
     process(1, 0, "/sbin/init", 0);

@@ -1,4 +1,5 @@
 #include "foundation/log.h"
+#include "foundation/mutex.h"
 #include "hosts/linux/clock.h"
 #include "hosts/linux/process_control.h"
 #include "hosts/linux/thread_launcher.h"
@@ -25,19 +26,19 @@ using namespace std::chrono_literals;
 TEST(LinuxClockTest, WaitsForAPredicateADeadlineOrTheEnd)
 {
     LinuxClock clock;
-    std::mutex lock;
-    std::condition_variable condition;
+    Mutex lock;
+    Condition condition;
     bool done = false;
-    std::unique_lock guard(lock);
+    MutexLock guard(lock);
     const auto isDone = [&done] { return done; };
     const auto before = clock.now();
     EXPECT_FALSE(clock.waitUntil(guard, condition, before + 20ms, isDone));
     EXPECT_GE(clock.now() - before, 20ms);
     EXPECT_FALSE(clock.waitUntil(guard, condition, Clock::Instant::min(), isDone));
     const std::jthread setter([&] {
-        const std::lock_guard inner(lock);
+        const MutexLock inner(lock);
         done = true;
-        condition.notify_all();
+        condition.notifyAll();
     });
     EXPECT_TRUE(clock.waitUntil(guard, condition, Clock::Instant::max(), isDone));
     guard.unlock();

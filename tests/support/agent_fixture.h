@@ -23,7 +23,7 @@ struct AgentFixture {
     TemporaryDirectory directory;
     Directories directories{directory.path()};
     SimulatedHost host;
-    UserChecks userChecks{host.host, directories};
+    UserChecks userChecks{host.accounts, directories};
     PermissionsManager broker{host.host, directories, userChecks};
     FakePromptFactory prompts;
 

@@ -16,7 +16,7 @@ struct User : ::testing::Test {
     TemporaryDirectory directory;
     Directories directories{directory.path()};
     SimulatedHost host;
-    UserChecks checks{host.host, directories};
+    UserChecks checks{host.accounts, directories};
 };
 
 TEST_F(User, IsAnAdministratorOnlyOnTheSystemsWord)
@@ -56,7 +56,7 @@ TEST_F(User, MayCreateRulesWhereTheSharedFolderIsWritable)
 
 TEST_F(User, ProvesToBeAnAdministratorByFingerprintOrElseByPassword)
 {
-    const Authentication authentication(host.host);
+    const Authentication authentication(host.authenticator);
     const std::string fingerprint = "fingerprint: verify authorization";
     const struct {
         bool sensor, finger, password, proved;

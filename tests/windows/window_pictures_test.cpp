@@ -139,7 +139,8 @@ TEST(WindowPicturesTest, ShowFirstRunAndAbout)
         WindowFixture agent;
         ApplicationWindows shown;
         shown.setColorScheme(scheme);
-        const WindowContext context{agent.host.host, agent.directories, shown};
+        const WindowContext context{agent.host.clock, agent.host.threads, agent.host.mainThread,
+            agent.host.windows, agent.directories, shown};
         const auto ended = std::make_shared<FinishedCounter>();
         const auto firstRun = QMFirstRunWindowController::init(context);
         firstRun->setDelegate(ended);

@@ -7,6 +7,7 @@
 #include "settings/preferences.h"
 #include "user/authentication.h"
 #include "user/user_checks.h"
+#include "wire/pseudo_paths.h"
 
 #include <utility>
 
@@ -115,7 +116,7 @@ void PromptFrame::setTheme()
 
 bool PromptFrame::foreverRemoved(std::string_view path) const
 {
-    return !UserChecks(context_.host, context_.directories).canCreateRules()
+    return !UserChecks(context_.host.accounts, context_.directories).canCreateRules()
         || path.starts_with(context_.directories.sharedData());
 }
 
@@ -149,7 +150,7 @@ bool PromptFrame::authenticate()
         return true;
     resignWindow();
     authenticating_ = true;
-    const bool proved = Authentication(context_.host).performAuthentication();
+    const bool proved = Authentication(context_.host.authenticator).performAuthentication();
     authenticating_ = false;
     if (!proved)
         authenticationDenied = true;
@@ -158,10 +159,9 @@ bool PromptFrame::authenticate()
 
 bool cutPacketCapturePath(policy_query& query)
 {
-    static constexpr std::string_view packetCapture = "/dev/bpf";
-    if (!textOf(query.path).starts_with(packetCapture))
+    if (!isPacketCaptureDevice(textOf(query.path)))
         return false;
-    storeText(query.path, packetCapture);
+    storeText(query.path, packetCaptureDevices);
     return true;
 }
 

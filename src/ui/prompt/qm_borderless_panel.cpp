@@ -95,7 +95,7 @@ void QMBorderlessPanel::decide(void (PermissionsManager::*click)()) const
 
 void QMBorderlessPanel::selectForever() const
 {
-    if (UserChecks(context_.host, context_.directories).canCreateRules())
+    if (UserChecks(context_.host.accounts, context_.directories).canCreateRules())
         context_.manager.selectSegment(DURATION_FOREVER);
 }
 

@@ -150,7 +150,7 @@ void QMSimplePermissionsWindow::clickedUntilRestart()
 void QMSimplePermissionsWindow::clickedForever()
 {
     if (!controls_.foreverButtonCell.hidden()
-        && UserChecks(context_.host, context_.directories).canCreateRules())
+        && UserChecks(context_.host.accounts, context_.directories).canCreateRules())
         choose(controls_.foreverButtonCell);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "driver/desk/response_json.h"
+#include "driver/replay/response_json.h"
 #include "driver/server/session_server.h"
 
 #include <chrono>
@@ -14,7 +14,8 @@
 namespace vossel {
 
 // Sends recorded messages to whichever agent registers a port first, and prints what it answers.
-// Decides nothing, so any user may be the agent. Confined to the loop's thread.
+// Owns the messages and when each was sent; must not own a decision, so that any user may be the
+// agent. Confined to the loop's thread.
 class Replay final : public SessionHandler {
 public:
     using Clock = std::chrono::steady_clock;
@@ -28,14 +29,14 @@ public:
     // The program's exit status and, unless it is 0, the sentence why.
     using Ended = std::function<void(int status, const std::string& reason)>;
 
-    // Whole messages one behind the other, at least one. Fails for anything else.
+    // Reads a file of whole messages, one behind the other and at least one; fails for any other.
     static Result<std::string> load(const std::string& path);
 
     // `messages` as load() gives them; `ended` is called once.
     Replay(SessionServer& server, std::string messages, const Settings& settings, std::ostream& out,
         Ended ended);
 
-    // Sends what is due; how long nothing else will be.
+    // Sends what is due, and says how long nothing more is.
     EventLoop::Milliseconds tick(Clock::time_point now);
 
     [[nodiscard]] bool mayControl(const UserClient&) const override { return true; }

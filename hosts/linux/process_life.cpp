@@ -1,6 +1,5 @@
-#include "driver/desk/process_life.h"
+#include "hosts/linux/process_life.h"
 
-#include "foundation/files.h"
 #include "hosts/linux/proc_file.h"
 
 #include <poll.h>
@@ -11,12 +10,16 @@
 
 namespace vossel {
 
+UniqueFd openProcess(std::int32_t process)
+{
+    return UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+}
+
 std::function<bool()> whileProcessLives(std::int32_t process, std::uint64_t startTime)
 {
-    const auto handle
-        = std::make_shared<UniqueFd>(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+    const auto handle = std::make_shared<UniqueFd>(openProcess(process));
     // Compared after the handle was taken: from now on the number cannot change hands unseen.
-    if (!*handle || startTime == 0 || readStartTime("/proc", process) != startTime)
+    if (!*handle || startTime == 0 || readStartTime(SystemRoot(), process) != startTime)
         return [] { return false; };
     return [handle] {
         pollfd query = {};

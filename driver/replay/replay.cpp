@@ -1,4 +1,4 @@
-#include "driver/desk/replay.h"
+#include "driver/replay/replay.h"
 
 #include "driver/server/call_status.h"
 
@@ -10,13 +10,13 @@ namespace vossel {
 namespace {
 
 constexpr std::size_t messageSize = sizeof(policy_query_message);
-constexpr std::size_t largestFile = std::size_t(1) << 30;
+constexpr std::size_t maxFileSize = std::size_t(1) << 30;
 
 }
 
 Result<std::string> Replay::load(const std::string& path)
 {
-    Result<std::string> content = readFile(path, largestFile);
+    Result<std::string> content = readFile(path, maxFileSize);
     if (content && (content->empty() || content->size() % messageSize != 0))
         return Failure{"Cannot replay " + path + ": its " + std::to_string(content->size())
             + " bytes are no whole number of messages of " + std::to_string(messageSize)};

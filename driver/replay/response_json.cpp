@@ -1,4 +1,4 @@
-#include "driver/desk/response_json.h"
+#include "driver/replay/response_json.h"
 
 #include "wire_json/record_json.h"
 

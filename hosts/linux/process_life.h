@@ -1,9 +1,15 @@
 #pragma once
 
+#include "foundation/files.h"
+
 #include <cstdint>
 #include <functional>
 
 namespace vossel {
+
+// A descriptor that stands for the process and becomes readable when that has ended
+// (pidfd_open(2)). Empty when there is no such process; errno gives the reason.
+[[nodiscard]] UniqueFd openProcess(std::int32_t process);
 
 // Whether a process still lives, asked as often as wanted and never fooled by its number being used
 // again. `startTime` is readStartTime()'s; where the process is gone already, or is another one,
