@@ -98,7 +98,7 @@ private:
     PromptWindows viewModels{{host, directories, broker, presenter}};
     test::FakePromptFactory instant;
     instant.onShow = [&](test::FakeAdvancedPrompt& prompt) {
-        prompt.report(DECISION_ALLOW);
+        prompt.performClickAllow();
         mainThread.perform([&instant] { instant.advanced.clear(); });
     };
     if (kind == Prompts::ViewModels)
