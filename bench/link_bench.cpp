@@ -14,9 +14,8 @@
 #include "support/fake_prompts.h"
 #include "support/temporary_directory.h"
 #include "ui/prompt/prompt_presenter.h"
-#include "ui/prompt/prompt_windows.h"
-#include "ui/prompt/qm_permissions_window.h"
-#include "ui/prompt/qm_simple_permissions_window.h"
+#include "ui/prompt/prompt_view_model_factory.h"
+#include "ui/prompt/shown_prompt.h"
 #include "user/user_checks.h"
 
 #include <QCoreApplication>
@@ -55,18 +54,14 @@ public:
         : mainThread_(mainThread)
     {
     }
-    void promptOpened(QMPermissionsWindow& prompt) override { press(prompt); }
-    void promptOpened(QMSimplePermissionsWindow& prompt) override { press(prompt); }
-    void promptChanged(QMPermissionsWindow&) override { }
-    void promptChanged(QMSimplePermissionsWindow&) override { }
-    void promptClosed(QMPermissionsWindow&) override { }
-    void promptClosed(QMSimplePermissionsWindow&) override { }
+    void promptOpened(ShownPrompt& prompt) override
+    {
+        mainThread_.perform([&prompt] { (void)prompt.carryOut({PromptAct::Kind::Allow, 0}); });
+    }
+    void promptChanged(ShownPrompt&) override { }
+    void promptClosed(ShownPrompt&) override { }
 
 private:
-    void press(PromptWindow& prompt)
-    {
-        mainThread_.perform([&prompt] { prompt.performClickAllow(); });
-    }
     MainThread& mainThread_;
 };
 
@@ -95,7 +90,7 @@ private:
     PermissionsManager broker{host, directories, checks};
     FilterStatus status;
     InstantPresenter presenter{mainThread};
-    PromptWindows viewModels{{host, directories, broker, presenter}};
+    PromptViewModelFactory viewModels{{host, directories, broker, presenter}};
     test::FakePromptFactory instant;
     instant.onShow = [&](test::FakeAdvancedPrompt& prompt) {
         prompt.performClickAllow();

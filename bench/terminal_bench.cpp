@@ -38,8 +38,8 @@ constexpr char lastWord[] = "keys"; // ends the prompt's last row
 constexpr char allow[] = "\033\r";
 
 // What must hold; the program ends with status 1 where it does not.
-constexpr double longestPainting = 10'000; // us
-constexpr double mostWakeUps = 1.1; // a second, of the thread that shows the prompt
+constexpr double maxPainting = 10'000; // us
+constexpr double maxWakeUps = 1.1; // a second, of the thread that shows the prompt
 
 constexpr char advancedPrompts[]
     = R"(<?xml version="1.0"?><plist version="1.0"><dict><key>access.user.detail</key><integer>2</integer></dict></plist>)";
@@ -208,7 +208,6 @@ int main()
     const double written = print("the same bytes, written", measureSmallest(message, agent.screen));
     std::printf("%zu bytes, ratio of p50 %.1f\n", agent.screen.size(), painted / written);
     std::printf("wake-ups while it stands: %.1f a second\n", agent.wakeUps);
-    const bool holds
-        = painted <= longestPainting && agent.wakeUps >= 0 && agent.wakeUps <= mostWakeUps;
+    const bool holds = painted <= maxPainting && agent.wakeUps >= 0 && agent.wakeUps <= maxWakeUps;
     return holds ? 0 : 1;
 }

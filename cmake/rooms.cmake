@@ -16,6 +16,22 @@ function(vossel_show_headers target folder scope)
   target_include_directories(${target} ${scope} ${shown})
 endfunction()
 
+# vossel_unite(TARGET): with VOSSEL_UNITY its sources are compiled together, but for those targets whose sources use the
+# same names for different things of their own.
+function(vossel_unite target)
+  set(apart
+    programs_test
+    vossel_app
+    vossel_frontends_windows
+    vossel_hosts_desktop
+    vossel_hosts_linux
+    vossel_hosts_x11
+    vosselctl)
+  if(VOSSEL_UNITY AND NOT target IN_LIST apart)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON)
+  endif()
+endfunction()
+
 # vossel_room(SOURCES file... LINKS target... PRIVATE_LINKS target... [HEADERS file...] [NAME suffix])
 # LINKS are the rooms and libraries whose headers this room's headers show; PRIVATE_LINKS only its sources see. Both name
 # every room that is included, also where another one would bring it along. A room without sources is an interface library.
@@ -32,6 +48,7 @@ function(vossel_room)
     add_library(${name} STATIC ${ROOM_SOURCES})
     target_link_libraries(${name} PUBLIC vossel_options ${ROOM_LINKS} PRIVATE ${ROOM_PRIVATE_LINKS})
     vossel_show_headers(${name} ${folder} PUBLIC HEADERS ${ROOM_HEADERS})
+    vossel_unite(${name})
   else()
     add_library(${name} INTERFACE)
     target_link_libraries(${name} INTERFACE vossel_options ${ROOM_LINKS})
@@ -39,14 +56,39 @@ function(vossel_room)
   endif()
 endfunction()
 
-# vossel_program(NAME SOURCES file... LINKS target...): a program of programs/ or of a folder in it.
+# vossel_precompiled(NAME HEADERS header... LINKS target... OPTIONS option...): compiles these headers once, for each
+# vossel_reuse(TARGET NAME). Options must agree, so both are position independent, as Qt wants its users to be.
+# scripts/check-rooms finds what this hides: a file that uses such a header without including it.
+function(vossel_precompiled name)
+  cmake_parse_arguments(PRECOMPILED "" "" "HEADERS;LINKS;OPTIONS" ${ARGN})
+  if(VOSSEL_PRECOMPILE)
+    file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp CONTENT "")
+    add_library(${name} OBJECT ${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp)
+    target_link_libraries(${name} PRIVATE vossel_options ${PRECOMPILED_LINKS})
+    target_compile_options(${name} PRIVATE -fPIC ${PRECOMPILED_OPTIONS})
+    target_precompile_headers(${name} PRIVATE ${PRECOMPILED_HEADERS})
+  endif()
+endfunction()
+
+function(vossel_reuse target name)
+  if(VOSSEL_PRECOMPILE)
+    target_compile_options(${target} PRIVATE -fPIC)
+    target_precompile_headers(${target} REUSE_FROM ${name})
+  endif()
+endfunction()
+
+# vossel_program(NAME SOURCES file... LINKS target...): a program of programs/ or of a folder in it; all are built into bin.
 function(vossel_program name)
   cmake_parse_arguments(PROGRAM "" "" "SOURCES;LINKS" ${ARGN})
   add_executable(${name} ${PROGRAM_SOURCES})
   target_link_libraries(${name} PRIVATE vossel_options ${PROGRAM_LINKS})
+  target_compile_options(${name} PRIVATE ${VOSSEL_PROGRAM_OPTIONS})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
   file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
   file(GLOB headers RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} CONFIGURE_DEPENDS *.h)
   vossel_show_headers(${name} ${folder} PRIVATE HEADERS ${headers})
+  vossel_unite(${name})
+  vossel_reuse(${name} vossel_program_headers)
 endfunction()
 
 # vossel_test(ROOM SOURCES file... LINKS target...): one test program for a room, its cases listed by ctest.
@@ -54,10 +96,9 @@ function(vossel_test room)
   cmake_parse_arguments(TEST "" "" "SOURCES;LINKS" ${ARGN})
   add_executable(${room}_test ${TEST_SOURCES})
   target_link_libraries(${room}_test PRIVATE vossel_options vossel_test_support ${TEST_LINKS} GTest::gmock GTest::gtest GTest::gtest_main)
-  list(LENGTH TEST_SOURCES count)
-  if(VOSSEL_PRECOMPILE AND count GREATER 3)
-    target_precompile_headers(${room}_test PRIVATE <gmock/gmock.h> <gtest/gtest.h> <filesystem> <functional> <map>)
-  endif()
+  target_compile_options(${room}_test PRIVATE ${VOSSEL_TEST_OPTIONS})
+  vossel_unite(${room}_test)
+  vossel_reuse(${room}_test vossel_test_headers)
   gtest_discover_tests(${room}_test TEST_PREFIX ${room}. DISCOVERY_TIMEOUT 60 PROPERTIES
     TIMEOUT 300
     ENVIRONMENT LSAN_OPTIONS=print_suppressions=0:suppressions=${PROJECT_SOURCE_DIR}/tests/leaks.supp

@@ -5,7 +5,8 @@
 add_executable(render_resource render_resource.cpp)
 target_include_directories(render_resource PRIVATE
   $<TARGET_PROPERTY:vossel_foundation,INTERFACE_INCLUDE_DIRECTORIES>)
-target_compile_options(render_resource PRIVATE -Wall -Wextra -Wshadow -Wold-style-cast -Werror)
+target_compile_options(render_resource PRIVATE -Wall -Wextra -Wshadow -Wold-style-cast
+  $<$<BOOL:${VOSSEL_WARNINGS_AS_ERRORS}>:-Werror>)
 target_link_libraries(render_resource PRIVATE Qt6::Gui)
 
 set(images ${CMAKE_CURRENT_BINARY_DIR}/images)

@@ -2,14 +2,15 @@
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-# What running and building the programs needs, and what checking them needs beside that.
+# The packages that building and running the programs takes; those that checking or measuring takes come beside them.
 run_packages=(g++ cmake ninja-build pkg-config python3 util-linux
   libicu-dev libplist-dev libsystemd-dev libssl-dev libncurses-dev nlohmann-json3-dev libcli11-dev
   qt6-base-dev libqt6svg6
   libxcb1-dev libxcb-record0-dev libxcb-res0-dev)
-check_packages=(clang clang-format clang-tidy libclang-rt-14-dev llvm ccache
+check_packages=(clang lld clang-format clang-tidy libclang-rt-14-dev llvm ccache
   libgtest-dev libgmock-dev libbenchmark-dev dbus-daemon mount
   libxcb-xtest0-dev xvfb xauth xdotool xserver-xephyr poppler-utils)
+bench_packages=(libgtest-dev libgmock-dev libbenchmark-dev libxcb-xtest0-dev xvfb)
 
 say() { printf '\n== %s\n' "$*"; }
 
@@ -36,10 +37,10 @@ need() {
     apt-get -q install -y --no-install-recommends "${missing[@]}"
 }
 
-# Precompiled headers, which the sanitized builds use, are cached only with this.
+# ccache stores what was compiled with precompiled headers, which all checks use, only with this setting.
 export CCACHE_SLOPPINESS=pch_defines,time_macros
 
-# configure PRESET [OPTION...]
+# configure PRESET [OPTION...]: prints what CMake said only when it fails.
 configure() {
   local preset=$1
   shift
@@ -49,8 +50,8 @@ configure() {
     || { cat "build/$preset.log" >&2; return 1; }
 }
 
-# Runs a command without address randomisation where the system lets one: the sanitizers of this
-# compiler's age collide with a mapping now and then.
+# fixed_addresses COMMAND...: runs it without address randomisation where the system allows that, because now and then
+# Clang 14's sanitizers cannot place their memory among mappings at random addresses.
 fixed_addresses() {
   if setarch -R true 2>/dev/null; then setarch -R "$@"; else "$@"; fi
 }

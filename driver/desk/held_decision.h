@@ -1,7 +1,7 @@
 #pragma once
 
 #include "driver/desk/access.h"
-#include "rules/path_cover.h"
+#include "driver/desk/answered_path.h"
 #include "wire/driver_messages.h"
 
 #include <functional>

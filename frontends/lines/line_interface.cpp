@@ -1,9 +1,9 @@
 #include "frontends/lines/line_interface.h"
 
 #include "frontends/lines/line_output.h"
+#include "frontends/lines/line_prompt_presenter.h"
 #include "frontends/lines/line_reader.h"
 #include "frontends/lines/line_services.h"
-#include "frontends/lines/prompt_lines.h"
 #include "hosts/linux/no_windows.h"
 #include "platform/threads.h"
 
@@ -20,9 +20,9 @@ public:
         , output_(descriptorWriter(output), [this] { loseReader(); })
         , notifications_(output_)
         , notices_(output_)
-        , lines_(output_, around_.mainThread, around_.clock)
+        , prompts_(output_, around_.mainThread)
         , reader_(input, around_.mainThread,
-              [this](std::string_view line, bool tooLong) { lines_.take(line, tooLong); })
+              [this](std::string_view line, bool tooLong) { prompts_.take(line, tooLong); })
     {
     }
 
@@ -37,9 +37,8 @@ public:
         };
     }
     PersonQuestion* question() override { return nullptr; }
-    PromptPresenter& presenter() override { return lines_; }
-    ResponseListener& responses() override { return lines_; }
-    void setManager(const PermissionsManager* manager) override { lines_.setManager(manager); }
+    PromptPresenter& presenter() override { return prompts_; }
+    ResponseListener& responses() override { return prompts_; }
     bool start(ThreadLauncher& threads) override { return reader_.start(threads); }
     void stop() override { reader_.stop(); }
     void filterStatusChanged(std::int32_t status) override
@@ -62,7 +61,7 @@ private:
     LineNotifications notifications_;
     LineNotices notices_;
     NoWindows windows_;
-    PromptLines lines_;
+    LinePromptPresenter prompts_;
     LineReader reader_;
 };
 

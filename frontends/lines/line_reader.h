@@ -1,7 +1,7 @@
 #pragma once
 
 #include "foundation/files.h"
-#include "frontends/lines/line_command.h"
+#include "frontends/lines/line_splitter.h"
 
 #include <functional>
 #include <memory>

@@ -17,9 +17,19 @@ KeyBinding press(std::uint16_t keyCode, std::string characters, bool command, bo
     return binding;
 }
 
-KeyBinding act(KeyBinding::Act act)
+KeyBinding act(PromptAct::Kind kind)
 {
-    return {act, {}, false};
+    KeyBinding binding;
+    binding.meaning = KeyBinding::Meaning::Act;
+    binding.act.kind = kind;
+    return binding;
+}
+
+KeyBinding help()
+{
+    KeyBinding binding;
+    binding.meaning = KeyBinding::Meaning::Help;
+    return binding;
 }
 
 KeyBinding letter(const TerminalKey& key, bool command)
@@ -31,13 +41,13 @@ KeyBinding letter(const TerminalKey& key, bool command)
         case U'D':
             return press(keyCodeEscape, {}, false, true);
         case U'p':
-            return act(KeyBinding::Act::Operations);
+            return act(PromptAct::Kind::Operations);
         case U'u':
-            return act(KeyBinding::Act::Updates);
+            return act(PromptAct::Kind::Updates);
         case U'v':
-            return act(KeyBinding::Act::Details);
+            return act(PromptAct::Kind::Advanced);
         case U'?':
-            return act(KeyBinding::Act::Help);
+            return help();
         default:
             break;
         }

@@ -2,6 +2,7 @@
 
 #include "frontends/terminal/terminal_keys.h"
 #include "ui/prompt/input_event.h"
+#include "ui/prompt/prompt_act.h"
 
 #include <cstdint>
 
@@ -11,16 +12,15 @@ namespace vossel {
 // keyboard: Control and Alt both stand for Command, and plain letters for what else a mouse would
 // do.
 struct KeyBinding {
-    enum class Act : std::uint8_t {
+    enum class Meaning : std::uint8_t {
         Press, // the prompt's own keyboard takes it
-        Operations, // the next kind of access
-        Updates, // whether updates are covered
-        Details, // from the simple prompt to the advanced one
+        Act, // what else a mouse would do
         Help,
     };
 
-    Act act = Act::Press;
-    KeyEvent event{}; // of Act::Press
+    Meaning meaning = Meaning::Press;
+    KeyEvent event{}; // of Meaning::Press
+    PromptAct act{}; // of Meaning::Act; Updates stands for the other state of what is covered
     bool decides = false; // Allow or Deny
 };
 

@@ -1,5 +1,8 @@
 #include "frontends/terminal/prompt_screen.h"
 
+#include "frontends/terminal/prompt_sentences.h"
+#include "ui/prompt/prompt_words.h"
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -10,7 +13,16 @@ namespace {
 
 constexpr std::size_t labelColumns = 11;
 constexpr std::size_t gap = 2;
-constexpr std::string_view recommendedMark = "  recommended";
+
+// By duration.
+constexpr std::array<const char*, DURATION_FOREVER + 1> durationKeys{"^O", "^Q", "^R", "^F"};
+
+struct Fact {
+    const char* label = "";
+    std::string_view name{}; // stands out; may be empty
+    std::string_view text{};
+    bool warning = false;
+};
 
 // How much is shown where there is little room.
 struct Detail {
@@ -32,14 +44,14 @@ constexpr std::array<Detail, 5> details{{
 
 struct HelpLine {
     const char* keys;
-    const char* meaning;
+    const char* meaning; // none for the durations, which have words of their own
     enum { Both, AdvancedOnly, SimpleOnly } prompts;
 };
 
 constexpr std::array<HelpLine, 10> helpLines{{
     {"Alt-Return, A", "allow", HelpLine::Both},
     {"Escape, D", "deny", HelpLine::Both},
-    {"^O ^Q ^R ^F", "how long: once, until it quits, until restart, forever", HelpLine::Both},
+    {"^O ^Q ^R ^F", nullptr, HelpLine::Both},
     {"", "(^ is Control; Alt does the same, and so do Alt-1 to Alt-4)", HelpLine::Both},
     {"Left, Right", "next and previous entry of \"Files\"", HelpLine::AdvancedOnly},
     {"Down, Up", "next and previous entry of \"Programs\"", HelpLine::AdvancedOnly},
@@ -48,6 +60,15 @@ constexpr std::array<HelpLine, 10> helpLines{{
     {"v", "all details, with more to choose", HelpLine::SimpleOnly},
     {"?", "back", HelpLine::Both},
 }};
+
+// "once, until the program quits, until restart, forever".
+std::string allDurations()
+{
+    std::string phrases = durationPhrase(DURATION_ONCE);
+    for (std::int32_t code = DURATION_ONCE + 1; code <= DURATION_FOREVER; ++code)
+        phrases += ", " + durationPhrase(code);
+    return phrases;
+}
 
 class Layout {
 public:
@@ -84,11 +105,7 @@ private:
         blank(detail);
         addWrapped(view_.sentence, detail.sentenceLines, Style::Strong);
         blank(detail);
-        std::size_t facts = 0;
-        for (const PromptView::Fact& one : view_.facts) {
-            if ((!one.text.empty() || !one.name.empty()) && facts++ < detail.facts)
-                fact(one);
-        }
+        facts(detail.facts);
         blank(detail);
         const std::size_t middle = rows_.size();
         if (state_.question) {
@@ -103,24 +120,43 @@ private:
         if (!state_.message.empty())
             addWrapped(state_.message, 2, Style::Warning);
         ways();
-        if (!state_.question && !state_.help && detail.listRows > 0)
+        if (!state_.question && !state_.help && isAdvanced() && detail.listRows > 0)
             lists(middle, detail);
     }
 
     void bar()
     {
-        const Style style = view_.dangerous ? Style::Warning : Style::Title;
+        const Style style = view_.deservesCare ? Style::Warning : Style::Title;
         const std::string left = std::to_string(state_.secondsLeft) + " s left ";
         ScreenRow row(width_);
         row.add(" Vossel", Style::Title);
-        if (view_.dangerous && width_ > 40)
+        if (view_.deservesCare && width_ > 40)
             row.add("  take care", style);
         row.padTo(width_ - std::min(width_, left.size()), Style::Title);
         row.add(left, Style::Title);
         push(std::move(row));
     }
 
-    void fact(const PromptView::Fact& fact)
+    [[nodiscard]] bool isAdvanced() const { return view_.kind == PromptView::Kind::Advanced; }
+
+    // The simple prompt says in its sentence what file it is about.
+    void facts(std::size_t count)
+    {
+        const Fact all[] = {
+            {"File", {}, isAdvanced() ? std::string_view(view_.file.text) : std::string_view()},
+            {"Program", view_.displayName, view_.application.text},
+            {"Parent", {}, view_.parent.text},
+            {"Signature", {}, view_.signer.sentence, !view_.signer.isValid()},
+        };
+        for (const Fact& one : all) {
+            if (count > 0 && (!one.text.empty() || !one.name.empty())) {
+                fact(one);
+                --count;
+            }
+        }
+    }
+
+    void fact(const Fact& fact)
     {
         ScreenRow row = labelled(fact.label);
         const std::size_t room = row.room();
@@ -141,10 +177,8 @@ private:
     // The lists take what room the rest leaves.
     void lists(std::size_t at, const Detail& detail)
     {
-        if (!view_.paths || !view_.processes)
-            return;
-        const std::size_t paths = rowsWanted(*view_.paths);
-        const std::size_t processes = rowsWanted(*view_.processes);
+        const std::size_t paths = rowsWanted(view_.paths);
+        const std::size_t processes = rowsWanted(view_.processes);
         const std::size_t room = height_ > rows_.size() ? height_ - rows_.size() : 0;
         const std::size_t second = std::min(processes, std::max(room / 2, detail.listRows));
         const std::size_t first = std::min(paths, room > second ? room - second : 0);
@@ -154,9 +188,9 @@ private:
             std::make_move_iterator(rows_.begin() + static_cast<std::ptrdiff_t>(at)),
             std::make_move_iterator(rows_.end()));
         rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(at), rows_.end());
-        list("Files", charset_ == Charset::Utf8 ? "\u2190 \u2192" : "Left/Right", *view_.paths,
+        list("Files", charset_ == Charset::Utf8 ? "\u2190 \u2192" : "Left/Right", view_.paths,
             first);
-        list("Programs", charset_ == Charset::Utf8 ? "\u2191 \u2193" : "Up/Down", *view_.processes,
+        list("Programs", charset_ == Charset::Utf8 ? "\u2191 \u2193" : "Up/Down", view_.processes,
             room > first ? room - first : 0);
         std::move(below.begin(), below.end(), std::back_inserter(rows_));
     }
@@ -164,14 +198,14 @@ private:
     // What cannot be changed needs no alternatives.
     static std::size_t rowsWanted(const Choices& choices)
     {
-        return choices.enabled ? choices.titles.size()
-                               : std::min<std::size_t>(1, choices.titles.size());
+        return choices.enabled ? choices.entries.size()
+                               : std::min<std::size_t>(1, choices.entries.size());
     }
 
     void list(const char* label, const char* keys, const Choices& choices, std::size_t room)
     {
         const std::size_t count = std::min(rowsWanted(choices), room);
-        const std::size_t total = choices.titles.size();
+        const std::size_t total = choices.entries.size();
         const std::size_t selected
             = static_cast<std::size_t>(std::max<std::int64_t>(choices.selected, 0));
         const std::size_t before = selected > count / 2 ? selected - count / 2 : 0;
@@ -196,42 +230,44 @@ private:
         row.padTo(labelColumns);
         row.add(row.room() < 8 ? "" : selected ? "(*) " : "( ) ");
         std::size_t room = row.room();
-        const bool marked = recommended && room > 2 * recommendedMark.size();
+        const std::size_t mark = gap + recommendedTitle.size();
+        const bool marked = recommended && room > 2 * mark;
         if (marked)
-            room -= recommendedMark.size();
-        row.add(elideMiddle(toGlyphs(choices.titles[index], charset_), room, charset_),
+            room -= mark;
+        row.add(elideMiddle(toGlyphs(choices.entries[index].title, charset_), room, charset_),
             selected ? Style::Chosen : Style::Plain);
         if (marked)
-            row.add(recommendedMark, Style::Dim);
+            row.padTo(row.columns() + gap).add(recommendedTitle, Style::Dim);
         push(std::move(row));
     }
 
     void durations()
     {
         ScreenRow row = labelled("How long");
-        for (const PromptView::Duration& duration : view_.durations) {
+        for (std::size_t code = 0; code < view_.durations.size(); ++code) {
+            if (!view_.durations[code].present)
+                continue;
+            const bool selected = std::cmp_equal(code, view_.duration);
             ScreenRow piece(width_);
-            piece.add(duration.selected ? "[" : " ", Style::Plain);
-            piece.add(duration.key, Style::Strong).add(" ");
-            piece.add(duration.title, duration.selected ? Style::Chosen : Style::Plain);
-            piece.add(duration.selected ? "]" : " ", Style::Plain);
-            flow(row, piece, labelColumns, 1);
+            piece.add(selected ? "[" : " ").add(durationKeys[code], Style::Strong).add(" ");
+            piece.add(view_.durations[code].title, selected ? Style::Chosen : Style::Plain);
+            piece.add(selected ? "]" : " ");
+            flow(row, piece, labelColumns, 0);
         }
         push(std::move(row));
     }
 
     void access()
     {
-        if (!view_.advanced)
+        if (!isAdvanced())
             return;
         ScreenRow row = labelled("Access");
         flow(row, ScreenRow(width_).add(" ").add("p", Style::Strong).add(" ").add(view_.operations),
             labelColumns, 1);
-        if (view_.updates) {
+        if (!view_.updates.hidden) {
             ScreenRow piece(width_);
-            piece.add("u", Style::Strong).add(view_.updates->checked ? " [x] " : " [ ] ");
-            piece.add(
-                "updates of the program too", view_.updates->enabled ? Style::Plain : Style::Dim);
+            piece.add("u", Style::Strong).add(view_.updates.checked ? " [x] " : " [ ] ");
+            piece.add(updatesTitle, view_.updates.enabled ? Style::Plain : Style::Dim);
             flow(row, piece, labelColumns, 3 * gap);
         }
         push(std::move(row));
@@ -240,11 +276,12 @@ private:
     void help()
     {
         for (const HelpLine& line : helpLines) {
-            if (line.prompts == (view_.advanced ? HelpLine::SimpleOnly : HelpLine::AdvancedOnly))
+            if (line.prompts == (isAdvanced() ? HelpLine::SimpleOnly : HelpLine::AdvancedOnly))
                 continue;
             ScreenRow row(width_);
             row.add(line.keys, Style::Strong).padTo(16);
-            row.add(elideTail(toGlyphs(line.meaning, charset_), row.room(), charset_));
+            row.add(elideTail(toGlyphs(line.meaning ? line.meaning : allDurations(), charset_),
+                row.room(), charset_));
             push(std::move(row));
         }
     }
@@ -270,7 +307,7 @@ private:
         if (state_.question) {
             way(row, "Return", "send", Style::Plain);
             way(row, "Esc", "give up and deny", Style::Deny);
-        } else if (!view_.answered) {
+        } else if (view_.touchBarOnly) {
             row.add(
                 elideTail(toGlyphs("This prompt is answered on a touch bar, which a terminal does "
                                    "not have.",
@@ -278,17 +315,17 @@ private:
                     width_, charset_),
                 Style::Warning);
         } else {
-            way(row, "Esc", "Deny", Style::Deny);
-            way(row, width_ < 40 ? "A" : "Alt-Return or A", "Allow",
-                view_.allowHighlighted ? Style::Chosen : Style::Allow);
-            if (!view_.advanced)
-                way(row, "v", "details", Style::Plain);
+            way(row, "Esc", view_.deny.title, Style::Deny);
+            way(row, width_ < 40 ? "A" : "Alt-Return or A", view_.allow.title,
+                view_.allow.highlighted ? Style::Chosen : Style::Allow);
+            if (!isAdvanced())
+                way(row, "v", detailsTitle, Style::Plain);
             way(row, "?", "keys", Style::Plain);
         }
         push(std::move(row));
     }
 
-    void way(ScreenRow& row, const char* key, const char* meaning, Style style)
+    void way(ScreenRow& row, const char* key, std::string_view meaning, Style style)
     {
         ScreenRow piece(width_);
         piece.add(key, Style::Strong).add(" ").add(meaning, style);

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "frontends/terminal/prompt_view.h"
 #include "frontends/terminal/screen_row.h"
 #include "frontends/terminal/terminal_device.h"
+#include "ui/prompt/prompt_view.h"
 
 #include <cstdint>
 #include <optional>

@@ -14,7 +14,7 @@ constexpr std::chrono::milliseconds redrawPause{60};
 
 // Between attempts to write what a terminal has not taken.
 constexpr Clock::Duration firstPause = std::chrono::milliseconds(2);
-constexpr Clock::Duration longestPause = std::chrono::seconds(1);
+constexpr Clock::Duration maxPause = std::chrono::seconds(1);
 
 ScreenPainter::Place paintingPlace(const TerminalChoice::Place& place, bool over)
 {
@@ -83,19 +83,19 @@ void PromptTerminal::paint(const Screen& screen)
 void PromptTerminal::repaint(Clock::Duration pause)
 {
     if (painter_.paint(latest_)) {
-        if (!armedAt_)
-            armedAt_ = services_.clock.now() + armingTime;
+        if (!arming_.hasAppeared())
+            arming_.appeared(now());
         return;
     }
     writeTimer_ = services_.timers.once(pause, [this, pause] {
         writeTimer_ = 0;
-        repaint(std::min(2 * pause, longestPause));
+        repaint(std::min(2 * pause, maxPause));
     });
 }
 
-bool PromptTerminal::isArmed() const
+PromptArming::Time PromptTerminal::now() const
 {
-    return armedAt_ && services_.clock.now() >= *armedAt_;
+    return PromptArming::timeOf(services_.clock.now());
 }
 
 void PromptTerminal::readable()
@@ -118,7 +118,7 @@ void PromptTerminal::readable()
 
 void PromptTerminal::waitForRest()
 {
-    if (!isArmed())
+    if (!arming_.isArmed(now()))
         dropNext_ = true;
     escapeTimer_ = services_.timers.once(KeyParser::escapePause, [this] {
         escapeTimer_ = 0;
@@ -132,10 +132,8 @@ void PromptTerminal::takeKeys(std::vector<TerminalKey> keys)
 {
     if (keys.empty())
         return;
-    if (!isArmed()) {
+    if (!arming_.takesPress(now())) {
         dropNext_ = parser_.isPending();
-        if (armedAt_)
-            armedAt_ = services_.clock.now() + armingTime;
         bell();
         return;
     }

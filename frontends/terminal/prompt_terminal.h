@@ -6,8 +6,8 @@
 #include "platform/clock.h"
 #include "platform/descriptor_watch.h"
 #include "platform/timers.h"
+#include "ui/prompt/prompt_arming.h"
 
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -20,9 +20,6 @@ namespace vossel {
 // Main thread only.
 class PromptTerminal {
 public:
-    // What is pressed before a person can have read the prompt is meant for something else.
-    static constexpr std::chrono::milliseconds armingTime{400};
-
     struct Services {
         Clock& clock;
         Timers& timers;
@@ -46,8 +43,8 @@ public:
     [[nodiscard]] bool isTaken() const { return taken_; }
     // Looks whether the terminal has another size; true when it does.
     bool followSize();
-    // Keys count when the arming time has passed since the first screen was there, whole; those
-    // that began before do not, and whoever goes on typing has it pass again.
+    // Keys count from the arming time on, which begins when the first screen is there, whole; those
+    // that began before do not.
     void paint(const Screen& screen);
     void bell() { device_->write("\a"); }
 
@@ -56,7 +53,7 @@ private:
     void takeKeys(std::vector<TerminalKey> keys);
     void waitForRest();
     void repaint(Clock::Duration pause);
-    [[nodiscard]] bool isArmed() const;
+    [[nodiscard]] PromptArming::Time now() const;
 
     const Services services_;
     const std::shared_ptr<TerminalDevice> device_;
@@ -72,7 +69,7 @@ private:
     Timers::Timer escapeTimer_ = 0;
     Timers::Timer writeTimer_ = 0;
     Screen latest_;
-    std::optional<Clock::Instant> armedAt_; // empty until a screen is there
+    PromptArming arming_{PromptArming::EarlyPress::StartsAnew};
     bool dropNext_ = false; // a key that began too early has not ended yet
 };
 

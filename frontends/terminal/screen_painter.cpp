@@ -8,7 +8,7 @@ namespace {
 
 // One column is left free on either side: a terminal may begin a new line behind its last column.
 constexpr int margins = 2;
-constexpr int mostColumns = 98; // longer lines are hard to follow
+constexpr int maxColumns = 98; // longer lines are hard to follow
 
 }
 
@@ -25,7 +25,7 @@ TerminalSize ScreenPainter::area() const
     // At the bottom, a quarter of the rows at least is left to what stood there.
     const int rows
         = place_ == Place::Bottom ? size_.rows - std::max(1, size_.rows / 4) : size_.rows;
-    return {std::clamp(size_.columns - margins, 1, mostColumns), std::max(rows, 1)};
+    return {std::clamp(size_.columns - margins, 1, maxColumns), std::max(rows, 1)};
 }
 
 void ScreenPainter::begin()

@@ -11,12 +11,12 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t longestType = 64;
+constexpr std::size_t maxType = 64;
 
 // The name becomes part of a file's name.
 bool isTypeName(std::string_view type)
 {
-    if (type.empty() || type.size() > longestType || type.front() == '.')
+    if (type.empty() || type.size() > maxType || type.front() == '.')
         return false;
     for (const char character : type) {
         if (!std::isalnum(static_cast<unsigned char>(character))

@@ -14,7 +14,7 @@ namespace vossel {
 namespace {
 
 // More kinds than anybody's terminals have; a program may call its own anything.
-constexpr std::size_t mostKinds = 16;
+constexpr std::size_t maxKinds = 16;
 
 bool namesUtf8(std::string_view locale)
 {
@@ -145,7 +145,7 @@ std::shared_ptr<const TerminalCapabilities> TerminalChoice::capabilitiesOf(const
         capabilities = std::make_shared<const TerminalCapabilities>(std::move(*loaded));
     else
         logText("a program's terminal is not used: %@", loaded.reason());
-    if (known_.size() == mostKinds)
+    if (known_.size() == maxKinds)
         known_.clear();
     known_.emplace(type, capabilities);
     return capabilities;

@@ -19,9 +19,9 @@ namespace vossel {
 
 namespace {
 
-constexpr std::chrono::milliseconds longestDrain{500};
+constexpr std::chrono::milliseconds maxDrain{500};
 // A terminal that is held up (with Control-S, say) is not written to for ever.
-constexpr std::size_t mostKept = std::size_t{256} * 1024;
+constexpr std::size_t maxKept = std::size_t{256} * 1024;
 
 bool sameMode(const termios& one, const termios& other)
 {
@@ -115,7 +115,7 @@ bool TerminalDevice::read(std::string& bytes)
 
 bool TerminalDevice::write(std::string_view bytes)
 {
-    if (kept_.size() + bytes.size() > mostKept)
+    if (kept_.size() + bytes.size() > maxKept)
         return false;
     kept_ += bytes;
     while (!kept_.empty()) {
@@ -132,7 +132,7 @@ bool TerminalDevice::write(std::string_view bytes)
 
 void TerminalDevice::drain()
 {
-    const auto end = std::chrono::steady_clock::now() + longestDrain;
+    const auto end = std::chrono::steady_clock::now() + maxDrain;
     while (!write({}) && std::chrono::steady_clock::now() < end) {
         pollfd terminal{fd_.get(), POLLOUT, 0};
         // It may take bytes and yet not ours: while another program is writing.

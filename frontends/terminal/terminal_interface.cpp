@@ -4,7 +4,7 @@
 #include "frontends/terminal/hang_up_filter.h"
 #include "frontends/terminal/terminal_choice.h"
 #include "frontends/terminal/terminal_messages.h"
-#include "frontends/terminal/terminal_prompts.h"
+#include "frontends/terminal/terminal_prompt_presenter.h"
 #include "hosts/desktop/qt_descriptor_watch.h"
 #include "hosts/desktop/signal_calls.h"
 #include "hosts/linux/no_windows.h"
@@ -33,9 +33,8 @@ public:
         , messages_(terminals_, around.mainThread)
         , notifications_(messages_)
         , notices_(messages_)
-        , prompts_(
-              {around.clock, around.timers, around.mainThread, around.processes, watchDescriptor},
-              terminals_, messages_)
+        , prompts_({around.clock, around.timers, around.mainThread, watchDescriptor}, terminals_,
+              messages_)
         , resizes_({SIGWINCH}, [this] { prompts_.terminalResized(); })
     {
     }
@@ -53,7 +52,6 @@ public:
     PersonQuestion* question() override { return &prompts_; }
     PromptPresenter& presenter() override { return prompts_; }
     ResponseListener& responses() override { return prompts_; }
-    void setManager(const PermissionsManager* manager) override { prompts_.setManager(manager); }
     bool start(ThreadLauncher&) override
     {
         messages_.say("Vossel asks here, or on the program's own terminal. Control-C between "
@@ -76,7 +74,7 @@ private:
     TerminalNotifications notifications_;
     TerminalNotices notices_;
     NoWindows windows_;
-    TerminalPrompts prompts_;
+    TerminalPromptPresenter prompts_;
     SignalCalls resizes_;
 };
 

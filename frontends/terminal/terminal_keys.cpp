@@ -321,7 +321,7 @@ bool KeyParser::breaksOff(unsigned char byte, Keys& keys)
 
 void KeyParser::keep(unsigned char byte, Keys& keys)
 {
-    if (sequence_.size() < longestSequence)
+    if (sequence_.size() < maxSequence)
         sequence_.push_back(static_cast<char>(byte));
     else
         tellBroken(keys);

@@ -39,7 +39,7 @@ public:
     // How long the rest of a sequence may take.
     static constexpr std::chrono::milliseconds escapePause{30};
     // In bytes; what a longer sequence means is not looked at.
-    static constexpr std::size_t longestSequence = 64;
+    static constexpr std::size_t maxSequence = 64;
 
     // Appends to `keys`.
     void feed(std::string_view bytes, std::vector<TerminalKey>& keys);

@@ -14,7 +14,7 @@ void TerminalMessages::say(std::string_view text)
     mainThread_.perform([this, text = std::string(text)]() mutable {
         if (!held_)
             show(text);
-        else if (waiting_.size() < mostWaiting)
+        else if (waiting_.size() < maxWaiting)
             waiting_.push_back(std::move(text));
     });
 }

@@ -17,7 +17,7 @@ class TerminalChoice;
 class TerminalMessages {
 public:
     // Lines that wait for a prompt to go; more are logged only.
-    static constexpr std::size_t mostWaiting = 50;
+    static constexpr std::size_t maxWaiting = 50;
 
     TerminalMessages(TerminalChoice& choice, MainThread& mainThread)
         : choice_(choice)

@@ -30,13 +30,13 @@ Line brokenLine(Glyphs::const_iterator begin, Glyphs::const_iterator end, std::s
 }
 
 std::vector<Glyphs> wrapText(
-    const Glyphs& glyphs, std::size_t columns, std::size_t mostLines, Charset charset)
+    const Glyphs& glyphs, std::size_t columns, std::size_t maxLines, Charset charset)
 {
     std::vector<Glyphs> lines;
     auto begin = glyphs.begin();
-    while (lines.size() < mostLines && (begin != glyphs.end() || lines.empty())) {
+    while (lines.size() < maxLines && (begin != glyphs.end() || lines.empty())) {
         const auto end = fitting(begin, glyphs.end(), columns);
-        if (end == glyphs.end() || lines.size() + 1 == mostLines || columns == 0) {
+        if (end == glyphs.end() || lines.size() + 1 == maxLines || columns == 0) {
             lines.push_back(elideMiddle(Glyphs(begin, glyphs.end()), columns, charset));
             break;
         }

@@ -59,7 +59,7 @@ TypedAnswer::Step TypedAnswer::take(const TerminalKey& key)
         text_.clear();
         return Step::Typing;
     }
-    if (key.kind != Kind::Character || !plain || text_.size() + 4 > longest)
+    if (key.kind != Kind::Character || !plain || text_.size() + 4 > maxBytes)
         return Step::Refused;
     appendUtf8(text_, key.character);
     return Step::Typing;

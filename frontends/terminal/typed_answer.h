@@ -11,12 +11,12 @@ class TypedAnswer {
 public:
     enum class Step { Typing, Refused, Sent, GivenUp };
 
-    static constexpr std::size_t longest = 512; // bytes
+    static constexpr std::size_t maxBytes = 512;
 
     explicit TypedAnswer(bool echo)
         : echo_(echo)
     {
-        text_.reserve(longest); // it must not leave copies behind by growing
+        text_.reserve(maxBytes); // it must not leave copies behind by growing
     }
     ~TypedAnswer();
     TypedAnswer(const TypedAnswer&) = delete;

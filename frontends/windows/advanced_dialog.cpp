@@ -153,11 +153,11 @@ void AdvancedDialog::syncTip()
 void AdvancedDialog::placed()
 {
     prompt_.moveWindow(frameOnScreen());
-    const std::pair<TextField PermissionsControls::*, const TextView*> fields[] = {
-        {&PermissionsControls::filenameTextField, &file_},
-        {&PermissionsControls::applicationPathTextField, &header().program},
-        {&PermissionsControls::applicationParentPathTextField, &parent_},
-        {&PermissionsControls::codeSignTextField, &header().signer},
+    const std::pair<ShownPrompt::Field, const TextView*> fields[] = {
+        {ShownPrompt::Field::File, &file_},
+        {ShownPrompt::Field::Application, &header().program},
+        {ShownPrompt::Field::Parent, &parent_},
+        {ShownPrompt::Field::Signer, &header().signer},
     };
     for (const auto& [field, view] : fields)
         prompt_.moveField(field, frameInWindow(*view));

@@ -5,7 +5,7 @@
 #include "platform/alert_sound.h"
 #include "platform/clock.h"
 #include "platform/timers.h"
-#include "ui/prompt/prompt_presenter.h"
+#include "ui/prompt/presenter_by_kind.h"
 
 #include <QPointer>
 
@@ -17,7 +17,7 @@ namespace vossel {
 class QueryWait;
 
 // Shows each prompt as a window. Main thread, where a QApplication exists.
-class WindowPrompts final : public PromptPresenter, public AlertSound {
+class WindowPrompts final : public PresenterByKind, public AlertSound {
 public:
     struct Services {
         Clock& clock;

@@ -8,13 +8,13 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t mostInput = std::size_t{64} * 1024;
+constexpr std::size_t maxInput = std::size_t{64} * 1024;
 
 }
 
 Result<std::string> readInput(const std::string& file)
 {
-    return file == "-" ? readDescriptor(0, mostInput, "standard input") : readFile(file, mostInput);
+    return file == "-" ? readDescriptor(0, maxInput, "standard input") : readFile(file, maxInput);
 }
 
 Failure wrongSize(const std::string& file, std::size_t size, std::string_view expected)

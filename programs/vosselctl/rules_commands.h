@@ -1,6 +1,7 @@
 #pragma once
 
 #include "programs/vosselctl/command.h"
+#include "rules/rules_file_writer.h"
 #include "rules/store/rule_manager.h"
 
 #include <cstddef>
@@ -48,6 +49,13 @@ public:
         if (pending_.size() >= pieceSize)
             flush();
     }
+    // As its line of a rules file.
+    template <class RuleType>
+    void addRule(const RuleType& rule)
+    {
+        appendRuleLine(pending_, rule);
+        add(std::string_view());
+    }
     // On a line of its own, or several.
     void add(const Json& document, bool pretty);
     void flush();
@@ -55,7 +63,7 @@ public:
     [[nodiscard]] Result<bool> finish();
 
 private:
-    static constexpr std::size_t pieceSize = std::size_t{64} * 1024;
+    static constexpr std::size_t pieceSize = std::size_t{256} * 1024;
 
     std::string pending_;
     Result<bool> written_ = true;

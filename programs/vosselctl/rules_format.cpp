@@ -1,5 +1,4 @@
 #include "programs/vosselctl/rules_commands.h"
-#include "rules/rules_file_writer.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -18,16 +17,13 @@ struct Options {
 Result<bool> printRules(const RuleManager& rules)
 {
     Output output;
-    std::string line;
-    const auto print = [&output, &line](const auto& rule) {
-        line.clear();
-        appendRuleLine(line, rule);
-        output.add(line);
-    };
-    for (const auto& rule : rules.watchRules())
-        print(*rule);
-    for (const auto* rule : rules.policyRules())
-        print(*rule);
+    for (const auto* rule : rules.watchRules())
+        output.addRule(*rule);
+    const auto& policies = rules.policyRules();
+    for (std::size_t i = 0; i < policies.size(); ++i) {
+        expectAfter(policies, i);
+        output.addRule(*policies[i]);
+    }
     return output.finish();
 }
 

@@ -59,7 +59,7 @@ std::array<Column, 8> tableColumns()
 }
 
 // The widest that a column is made for the sake of alignment: longer texts push what follows.
-std::size_t widestAligned()
+std::size_t maxAlignedWidth()
 {
     constexpr std::size_t narrowest = 20;
     constexpr std::size_t whereUnknown = 48;
@@ -88,13 +88,13 @@ void addRow(Output& output, const std::vector<Column>& columns, const auto& cell
 Result<bool> printTable(const RuleManager& rules)
 {
     const auto count = rules.totalRules(true);
-    const auto widest = widestAligned();
+    const auto maxWidth = maxAlignedWidth();
     auto all = tableColumns();
     for (std::size_t i = 0; i < count; ++i)
         for (auto& column : all)
             if (const auto width = harmless(column.cell(rules.ruleAtIndex(i, true))).columns;
                 width > column.width)
-                column.width = std::min(width, widest);
+                column.width = std::min(width, maxWidth);
     std::vector<Column> columns;
     for (auto& column : all) {
         if (column.width > 0)

@@ -1,11 +1,18 @@
 #include "foundation/glyph_elision.h"
 #include "foundation/utf8.h"
 #include "programs/vosselctl/rules_commands.h"
-#include "rules/rules_file_writer.h"
+#include "wire/driver_messages.h"
 
 #include <algorithm>
 
 namespace vossel {
+
+// Scripts see one numbering, whether an operation stands in a rule or in a driver's message.
+static_assert(std::uint32_t{RULE_OPERATION_READ} == OPERATION_READ
+    && std::uint32_t{RULE_OPERATION_WRITE} == OPERATION_WRITE
+    && std::uint32_t{RULE_OPERATION_CREATE} == OPERATION_CREATE
+    && std::uint32_t{RULE_OPERATION_MOUNT} == OPERATION_MOUNT
+    && std::uint32_t{RULE_OPERATION_EXECUTE} == OPERATION_EXECUTE);
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include "agent/filter_status.h"
 #include "app/user_interface.h"
 #include "prompting/permissions_manager.h"
-#include "ui/prompt/prompt_windows.h"
+#include "ui/prompt/prompt_view_model_factory.h"
 #include "user/user_checks.h"
 
 #include <functional>
@@ -38,7 +38,7 @@ private:
     const UserChecks userChecks_;
     FilterStatus filterStatus_;
     PermissionsManager manager_;
-    PromptWindows prompts_;
+    PromptViewModelFactory prompts_;
     DriverLink link_;
 };
 

@@ -39,8 +39,8 @@ public:
 
     [[nodiscard]] virtual PromptPresenter& presenter() = 0;
     [[nodiscard]] virtual ResponseListener& responses() = 0;
-    // Comes before the first prompt.
-    virtual void setManager(const PermissionsManager* manager) = 0;
+    // Before the first prompt; for those who ask the manager themselves.
+    virtual void setManager(const PermissionsManager*) { }
 
     // False when the system has no thread left to give.
     [[nodiscard]] virtual bool start(ThreadLauncher& threads) = 0;

@@ -5,7 +5,7 @@
 #include "platform/notifications.h"
 #include "prompting/alert_message.h"
 #include "prompting/path_hierarchy.h"
-#include "prompting/prompt_windows.h"
+#include "prompting/prompt_interfaces.h"
 #include "prompting/query_wait.h"
 #include "prompting/signing_text.h"
 #include "settings/directories.h"

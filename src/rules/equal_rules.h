@@ -6,7 +6,7 @@
 
 namespace vossel {
 
-// Finds a rule equal to a given one among many. Owns none. One thread.
+// Finds a rule equal to a given one among many. Owns its table, never the rules. One thread.
 template <class RuleType>
 class EqualRules {
 public:

@@ -41,16 +41,16 @@ public:
 
     void insert(std::uint64_t hash, std::uint32_t place)
     {
-        if (fullest(slots_.size()) <= count_)
-            moveInto(slots_.empty() ? leastSlots : 2 * slots_.size());
+        if (maxCount(slots_.size()) <= count_)
+            moveInto(slots_.empty() ? minSlots : 2 * slots_.size());
         put({markOf(hash), place});
         ++count_;
     }
     // Forgets all, with room for so many.
     void reset(std::size_t count)
     {
-        auto wanted = leastSlots;
-        while (fullest(wanted) < count)
+        auto wanted = minSlots;
+        while (maxCount(wanted) < count)
             wanted *= 2;
         slots_.assign(wanted, Slot());
         count_ = 0;
@@ -61,9 +61,9 @@ private:
         std::uint32_t mark = 0;
         std::uint32_t place = none;
     };
-    static constexpr std::size_t leastSlots = 64; // a power of two, like all larger ones
+    static constexpr std::size_t minSlots = 64; // a power of two, like all larger ones
 
-    static constexpr std::size_t fullest(std::size_t slots) { return slots / 8 * 5; }
+    static constexpr std::size_t maxCount(std::size_t slots) { return slots / 8 * 5; }
 
     // Every bit of a hash is well mixed, so that its lower ones do as a place, too.
     static std::uint32_t markOf(std::uint64_t hash) { return static_cast<std::uint32_t>(hash); }

@@ -35,6 +35,12 @@ bool PolicyRule::isEqualToPolicyRuleWithPrefix(const PolicyRule& other) const
     return sameButForPath(other) && path() == parentDirectoryForm(other.path());
 }
 
+void PolicyRule::moveTextsTo(Arena& arena)
+{
+    Rule::moveTextsTo(arena);
+    constraint_ = RuleText(arena, constraint_.view());
+}
+
 std::uint32_t PolicyRule::getRuleState() const
 {
     if (system())

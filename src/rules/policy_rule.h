@@ -20,7 +20,7 @@ public:
 
     // Which code identity the process must have; compared as text only.
     [[nodiscard]] std::string_view constraint() const { return constraint_.view(); }
-    void setConstraint(SharedText constraint) { constraint_ = std::move(constraint); }
+    void setConstraint(RuleText constraint) { constraint_ = std::move(constraint); }
 
     // Seconds since 1970-01-01 UTC; 0 when unknown.
     [[nodiscard]] std::uint64_t created() const { return created_; }
@@ -37,6 +37,8 @@ public:
     [[nodiscard]] std::int32_t getPolicyClass() const override { return policyClass_; }
     [[nodiscard]] std::string getProcessShortName() const override;
 
+    void moveTextsTo(Arena& arena) override;
+
     // Numbers as the words of rules files.
     [[nodiscard]] static std::string_view policyClassDescription(std::int32_t policyClass);
     [[nodiscard]] static std::string_view policyTypeDescription(std::int32_t policyType);
@@ -48,7 +50,7 @@ private:
     [[nodiscard]] bool sameButForPath(const PolicyRule& other) const;
 
     std::int32_t policyClass_ = 0;
-    SharedText constraint_;
+    RuleText constraint_;
     std::uint64_t created_ = 0;
     std::int64_t initialized_;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/shared_text.h"
+#include "rules/rule_text.h"
 
 #include <cstdint>
 #include <string>
@@ -8,8 +8,9 @@
 
 namespace vossel {
 
-// What policy and watch rules have in common, so that one table can show both. Values: copying a
-// rule copies what it says, and a copy may go to another thread.
+// What policy and watch rules have in common, so that one table can show both. A rule is a value:
+// it owns its texts unless it was made in an arena, and a copy always does, so that it may go to
+// another thread. It knows no store and no file.
 class Rule {
 public:
     virtual ~Rule() = default;
@@ -25,15 +26,22 @@ public:
 
     // "any" and the empty text stand for every path; a first ":" for an object of the driver.
     [[nodiscard]] std::string_view path() const { return path_.view(); }
-    void setPath(SharedText path) { path_ = std::move(path); }
+    void setPath(RuleText path) { path_ = std::move(path); }
 
     // "any", a program, "PROGRAM via PARENT" and the like; see application_identity.h.
     [[nodiscard]] std::string_view processName() const { return processName_.view(); }
-    void setProcessName(SharedText name) { processName_ = std::move(name); }
-    [[nodiscard]] const SharedText& processNameText() const { return processName_; }
+    void setProcessName(RuleText name) { processName_ = std::move(name); }
+    [[nodiscard]] const RuleText& processNameText() const { return processName_; }
 
     [[nodiscard]] std::string_view tag() const { return tag_.view(); }
-    void setTag(SharedText tag) { tag_ = std::move(tag); }
+    void setTag(RuleText tag) { tag_ = std::move(tag); }
+
+    // For a rule in an arena: has its texts lie there, too, so that it owns nothing.
+    virtual void moveTextsTo(Arena& arena)
+    {
+        for (auto* text : {&path_, &processName_, &tag_})
+            *text = RuleText(arena, text->view());
+    }
 
     // Bits of rule_vocabulary.h.
     [[nodiscard]] std::uint32_t operations() const { return operations_; }
@@ -69,9 +77,9 @@ private:
     std::uint32_t operations_ = 0;
     std::uint32_t flags_ = 0;
     bool system_ = false;
-    SharedText path_;
-    SharedText processName_;
-    SharedText tag_;
+    RuleText path_;
+    RuleText processName_;
+    RuleText tag_;
     std::int64_t sequence_ = 0;
 };
 

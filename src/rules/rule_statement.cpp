@@ -1,6 +1,5 @@
 #include "rules/rule_statement.h"
 
-#include "rules/application_table.h"
 #include "rules/rules_scanner.h"
 #include "rules/text_pool.h"
 
@@ -34,17 +33,17 @@ std::int64_t leadingInteger(std::string_view text)
 
 // What both kinds of rule say in the same places.
 void readCommon(Rule& rule, const RuleFields& fields, const RulesKind& kind,
-    const Application& application, TextPool& tags)
+    const Application& application, TextPool& tags, Arena& arena)
 {
     rule.setPolicyType(policyTypeForString(fields.at[1]));
-    rule.setPath(fields.at[2]);
-    rule.setProcessName(application.processName);
+    rule.setPath({arena, fields.at[2]});
+    rule.setProcessName(application.processName.alias());
     rule.setOperations(operationsForString(fields.at[4]));
     rule.setSystem(kind.system);
     if (kind.system)
         rule.setFlags(flagsForString(fields.at[5]));
     else
-        rule.setTag(tags.shared(fields.at[5]));
+        rule.setTag(tags.shared(arena, fields.at[5]));
 }
 
 }
@@ -53,7 +52,7 @@ RuleFields cutFields(std::string_view line)
 {
     RuleFields fields;
     fields.quoteOpen = !scanFields(line, [&fields](std::string_view field) {
-        if (fields.count < RuleFields::most)
+        if (fields.count < RuleFields::max)
             fields.at[fields.count] = field;
         ++fields.count;
     });
@@ -62,29 +61,29 @@ RuleFields cutFields(std::string_view line)
 
 StatementKind classify(const RuleFields& fields, const RulesKind& kind)
 {
-    if (kind.setsOptions && fields.count >= leastOptionFields && fields.at[0] == "set")
+    if (kind.setsOptions && fields.count >= minOptionFields && fields.at[0] == "set")
         return StatementKind::Option;
-    if (fields.count < leastRuleFields)
+    if (fields.count < minRuleFields)
         return StatementKind::None;
     return fields.at[0] == "watch" ? StatementKind::Watch : StatementKind::Policy;
 }
 
-std::unique_ptr<WatchRule> watchRuleOf(
-    const RuleFields& fields, const RulesKind& kind, const Application& application, TextPool& tags)
+WatchRule& watchRuleOf(const RuleFields& fields, const RulesKind& kind,
+    const Application& application, TextPool& tags, Arena& arena)
 {
-    auto rule = std::make_unique<WatchRule>();
-    readCommon(*rule, fields, kind, application, tags);
+    auto& rule = arena.make<WatchRule>();
+    readCommon(rule, fields, kind, application, tags, arena);
     return rule;
 }
 
-std::unique_ptr<PolicyRule> policyRuleOf(
-    const RuleFields& fields, const RulesKind& kind, const Application& application, TextPool& tags)
+PolicyRule& policyRuleOf(const RuleFields& fields, const RulesKind& kind,
+    const Application& application, TextPool& tags, Arena& arena)
 {
-    auto rule = std::make_unique<PolicyRule>();
-    readCommon(*rule, fields, kind, application, tags);
-    rule->setPolicyClass(policyClassForString(fields.at[0]));
-    rule->setConstraint(application.constraint);
-    rule->setCreated(static_cast<std::uint64_t>(leadingInteger(fields.at[7])));
+    auto& rule = arena.make<PolicyRule>();
+    readCommon(rule, fields, kind, application, tags, arena);
+    rule.setPolicyClass(policyClassForString(fields.at[0]));
+    rule.setConstraint(application.constraint.alias());
+    rule.setCreated(static_cast<std::uint64_t>(leadingInteger(fields.at[7])));
     return rule;
 }
 

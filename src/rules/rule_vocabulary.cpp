@@ -2,7 +2,6 @@
 
 #include "rules/policy_rule.h"
 #include "rules/watch_rule.h"
-#include "wire/driver_messages.h"
 
 #include <array>
 
@@ -16,11 +15,11 @@ struct Letter {
 };
 
 constexpr std::array operationLetters = {
-    Letter{'r', OPERATION_READ},
-    Letter{'w', OPERATION_WRITE},
-    Letter{'c', OPERATION_CREATE},
-    Letter{'m', OPERATION_MOUNT},
-    Letter{'x', OPERATION_EXECUTE},
+    Letter{'r', RULE_OPERATION_READ},
+    Letter{'w', RULE_OPERATION_WRITE},
+    Letter{'c', RULE_OPERATION_CREATE},
+    Letter{'m', RULE_OPERATION_MOUNT},
+    Letter{'x', RULE_OPERATION_EXECUTE},
 };
 
 constexpr std::array flagLetters = {Letter{'u', RULE_FLAG_POLICY}, Letter{'s', RULE_FLAG_WATCH}};

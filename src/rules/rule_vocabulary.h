@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-// The words in which rules files and people write the numbers of a rule. Case counts.
+// The words and letters in which rules files and people write the numbers of a rule. Case counts.
 
 namespace vossel {
 
@@ -26,6 +26,15 @@ enum PolicyType : std::int32_t {
     POLICY_TYPE_UNKNOWN = 4,
 };
 
+// Each operation that a rule is for; the numbers are those of the driver's messages.
+enum RuleOperation : std::uint32_t {
+    RULE_OPERATION_READ = 1, // "r"
+    RULE_OPERATION_WRITE = 2, // "w"
+    RULE_OPERATION_CREATE = 4, // "c"
+    RULE_OPERATION_MOUNT = 8, // "m"
+    RULE_OPERATION_EXECUTE = 16, // "x"
+};
+
 enum RuleFlag : std::uint32_t {
     RULE_FLAG_POLICY = 1, // "u"
     RULE_FLAG_WATCH = 2, // "s"
@@ -41,7 +50,7 @@ enum RuleState : std::uint32_t {
 [[nodiscard]] std::int32_t policyClassForString(std::string_view text);
 // "prefix", "path", "suffix"; anything else is unknown.
 [[nodiscard]] std::int32_t policyTypeForString(std::string_view text);
-// The operations (wire/driver_messages.h) whose letter "r", "w", "c", "m", "x" occurs in the text.
+// The operations whose letter occurs in the text.
 [[nodiscard]] std::uint32_t operationsForString(std::string_view text);
 // The flags whose letter occurs in the text.
 [[nodiscard]] std::uint32_t flagsForString(std::string_view text);

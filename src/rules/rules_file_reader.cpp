@@ -15,7 +15,7 @@ namespace vossel {
 
 namespace {
 
-constexpr std::uint64_t mostBytes = std::uint64_t{4} << 30U;
+constexpr std::uint64_t maxBytes = std::uint64_t{4} << 30U;
 constexpr std::size_t pieceSize = std::size_t{256} * 1024;
 
 RulesFileReading failed(std::string error)
@@ -73,7 +73,7 @@ RulesFileReading readRulesFile(
         logText("failed to allocate buffer for %@", path);
         return failed("Internal error: unable to allocate memory");
     };
-    if (size.bytes > mostBytes)
+    if (size.bytes > maxBytes)
         return noMemory();
     const auto file = openRefusingLink(path);
     if (!file.fd)

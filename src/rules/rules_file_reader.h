@@ -31,9 +31,10 @@ struct RulesFileReading {
     }
 };
 
-// Hands a rules file over in pieces: whole lines of valid UTF-8 without a NUL, one piece after the
-// other. Only once this returns does one know whether they count (isContent). A symbolic link is
-// refused, and more than 4 GiB for lack of memory. Holds 256 KiB, or the longest line.
+// Hands a rules file over in pieces, and keeps nothing of it: whole lines of valid UTF-8 without a
+// NUL, one piece after the other. Only once this returns does one know whether they count
+// (isContent). A symbolic link is refused, and more than 4 GiB for lack of memory. Holds 256 KiB,
+// or the longest line.
 [[nodiscard]] RulesFileReading readRulesFile(
     const std::string& path, const std::function<void(std::string_view lines)>& take);
 

@@ -12,7 +12,7 @@ namespace vossel {
 namespace {
 
 // A line takes at most this beside its texts: words, letters, quotes, the number.
-constexpr std::size_t mostBesideTexts = 96;
+constexpr std::size_t maxBesideTexts = 96;
 
 // Where the next character of a line goes, in memory that is long enough.
 class LineEnd {
@@ -38,9 +38,9 @@ public:
     }
     void putQuoted(std::int64_t number)
     {
-        constexpr std::size_t mostDigits = 20; // with its sign
+        constexpr std::size_t maxDigits = 20; // with its sign
         put(" \"");
-        at_ = std::to_chars(at_, at_ + mostDigits, number).ptr;
+        at_ = std::to_chars(at_, at_ + maxDigits, number).ptr;
         put("\"");
     }
 
@@ -74,28 +74,28 @@ void putCommon(LineEnd& line, const Rule& rule)
     line.putTag(rule.tag());
 }
 
-// Has write(line) add a line of at most `most` characters.
+// Has write(line) add a line of at most `maxSize` characters.
 template <class Write>
-void appendLine(std::string& text, std::size_t most, const Write& write)
+void appendLine(std::string& text, std::size_t maxSize, const Write& write)
 {
     const auto start = text.size();
-    text.resize(start + most);
+    text.resize(start + maxSize);
     LineEnd line(text.data() + start);
     write(line);
     line.put("\n");
     text.resize(static_cast<std::size_t>(line.at() - text.data()));
 }
 
-std::size_t mostOf(const Rule& rule)
+std::size_t maxSizeOf(const Rule& rule)
 {
-    return rule.path().size() + rule.processName().size() + rule.tag().size() + mostBesideTexts;
+    return rule.path().size() + rule.processName().size() + rule.tag().size() + maxBesideTexts;
 }
 
 }
 
 void appendRuleLine(std::string& text, const WatchRule& rule)
 {
-    appendLine(text, mostOf(rule), [&rule](LineEnd& line) {
+    appendLine(text, maxSizeOf(rule), [&rule](LineEnd& line) {
         line.put("watch");
         putCommon(line, rule);
     });
@@ -103,7 +103,7 @@ void appendRuleLine(std::string& text, const WatchRule& rule)
 
 void appendRuleLine(std::string& text, const PolicyRule& rule)
 {
-    appendLine(text, mostOf(rule) + rule.constraint().size(), [&rule](LineEnd& line) {
+    appendLine(text, maxSizeOf(rule) + rule.constraint().size(), [&rule](LineEnd& line) {
         line.put(PolicyRule::policyClassDescription(rule.policyClass()));
         putCommon(line, rule);
         line.putQuoted(rule.constraint());

@@ -71,8 +71,8 @@ bool RuleLines::next(std::string_view& line)
 // The first byte from there on that may begin a break, or one as far as was looked at a time.
 std::size_t RuleLines::unusualFrom(std::size_t at) const
 {
-    static constexpr std::size_t farthest = std::size_t{64} * 1024;
-    const auto stop = std::min(text_.size(), at + farthest);
+    static constexpr std::size_t maxDistance = std::size_t{64} * 1024;
+    const auto stop = std::min(text_.size(), at + maxDistance);
     while (at + blockSize <= stop && !mayHoldBreak(text_.data() + at))
         at += blockSize;
     while (at < stop && !mayBeginBreak(static_cast<unsigned char>(text_[at])))

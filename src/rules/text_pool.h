@@ -1,8 +1,9 @@
 #pragma once
 
-#include "foundation/shared_text.h"
+#include "foundation/arena.h"
 #include "foundation/text_hash.h"
 #include "rules/marked_slots.h"
+#include "rules/rule_text.h"
 
 #include <cstddef>
 #include <string_view>
@@ -10,11 +11,11 @@
 
 namespace vossel {
 
-// Gives the same shared text for equal texts, so that what a file repeats is held once. Knows a
+// Puts texts into an arena and equal ones once, so that what a file repeats is held once. Knows a
 // limited number of texts: where hardly any repeats, it would cost more than it saves. One thread.
 class TextPool {
 public:
-    [[nodiscard]] SharedText shared(std::string_view text)
+    [[nodiscard]] RuleText shared(Arena& arena, std::string_view text)
     {
         if (text.empty())
             return {};
@@ -22,18 +23,23 @@ public:
         const auto place
             = slots_.find(hash, [this, text](auto at) { return texts_[at].view() == text; });
         if (place != MarkedSlots::none)
-            return texts_[place];
-        if (texts_.size() >= mostTexts)
-            return text;
+            return texts_[place].alias();
+        if (texts_.size() >= maxTexts)
+            return {arena, text};
         slots_.insert(hash, static_cast<std::uint32_t>(texts_.size()));
-        return texts_.emplace_back(text);
+        return texts_.emplace_back(arena, text).alias();
+    }
+    void clear()
+    {
+        slots_.reset(0);
+        texts_.clear();
     }
 
 private:
-    static constexpr std::size_t mostTexts = 65'536;
+    static constexpr std::size_t maxTexts = 65'536;
 
     MarkedSlots slots_;
-    std::vector<SharedText> texts_;
+    std::vector<RuleText> texts_;
 };
 
 }

@@ -3,7 +3,6 @@
 #include "rules/rule.h"
 #include "rules/rule_vocabulary.h"
 
-#include <memory>
 #include <vector>
 
 namespace vossel {
@@ -25,6 +24,7 @@ public:
     [[nodiscard]] std::string getProcessShortName() const override { return {}; }
 };
 
-using WatchRules = std::vector<std::unique_ptr<const WatchRule>>;
+// They lie in an arena.
+using WatchRules = std::vector<const WatchRule*>;
 
 }

@@ -26,6 +26,13 @@ def header_of(room):
     return headers[0].relative_to(PROJECT).as_posix().removeprefix("src/") if headers else None
 
 
+def folder_of(file):
+    """The folder that a compiled file is of, also where the sources of a room are compiled together."""
+    if "Unity" in file.parts:
+        return file.relative_to(BUILD).as_posix().partition("/CMakeFiles/")[0]
+    return file.relative_to(PROJECT).parent.as_posix()
+
+
 def commands():
     """For each room of this build with sources: the folder and words of one compile command."""
     found = {}
@@ -33,8 +40,7 @@ def commands():
         file = Path(entry["file"])
         if file.is_relative_to(PROJECT):
             words = shlex.split(entry["command"])
-            found.setdefault(file.relative_to(PROJECT).parent.as_posix(),
-                             (entry["directory"], words[:words.index("-o")]))
+            found.setdefault(folder_of(file), (entry["directory"], words[:words.index("-o")]))
     return found
 
 

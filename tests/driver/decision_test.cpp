@@ -33,12 +33,6 @@ HeldDecision held(const user_prompt_response& response, const std::string& fileI
     return heldDecision(response, accessTo("/g/a"), fileId).value_or(HeldDecision());
 }
 
-TEST(Decision, IsAboutThePathThatItNames)
-{
-    EXPECT_TRUE(covers(held(allow("/g/", PATH_PREFIX)), accessTo("/g/b")));
-    EXPECT_FALSE(covers(held(allow("/g/a", PATH_PREFIX)), accessTo("/g/ab")));
-}
-
 TEST(Decision, CoversProgramsByItsScopeAndTheirUpdatesWhereItSaysSo)
 {
     Access other = accessTo("/g/a"), elsewhere = other, claimed = other, rewritten = other;
@@ -82,8 +76,10 @@ TEST(Decision, CoversProgramsByItsScopeAndTheirUpdatesWhereItSaysSo)
     }
 }
 
-TEST(Decision, OnAFileHoldsForItsOtherNames)
+TEST(Decision, IsAboutItsPathAndOnAFileAboutItsOtherNames)
 {
+    EXPECT_TRUE(covers(held(allow("/g/", PATH_PREFIX)), accessTo("/g/b")));
+    EXPECT_FALSE(covers(held(allow("/g/a", PATH_PREFIX)), accessTo("/g/ab")));
     Access link = accessTo("/g/link");
     link.fileId = "id";
     EXPECT_TRUE(covers(held(allow("/g/a"), "id"), link));

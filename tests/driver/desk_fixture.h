@@ -2,7 +2,7 @@
 
 #include "driver/desk/query_desk.h"
 #include "hosts/linux/proc_file.h"
-#include "stepping_driver.h"
+#include "test_agent.h"
 
 #include <gtest/gtest.h>
 
@@ -14,14 +14,17 @@ protected:
     // Another desk, and an agent of it; those of before must be gone.
     TestAgent start(QueryDesk::Settings settings = {})
     {
-        if (!settings.configuredUser)
-            settings.configuredUser = ::getuid();
+        settings.configuredUser = settings.configuredUser.value_or(::getuid());
         lastToken = 0;
         outcomes.clear();
         desk.reset();
         driver.emplace();
         desk.emplace(driver->server, settings);
         EXPECT_TRUE(driver->server.listen(driver->path, *desk));
+        return readyAgent();
+    }
+    TestAgent readyAgent()
+    {
         TestAgent agent = driver->agent();
         EXPECT_TRUE(agent.ready());
         return agent;
@@ -51,12 +54,16 @@ protected:
         EXPECT_NE(std::exchange(lastToken, query.security_token), query.security_token);
         EXPECT_EQ(agent.respond(response, query.security_token), CALL_DONE);
     }
+    void reply(TestAgent& agent, const std::string& path, Decision decision)
+    {
+        reply(agent, path, answer(decision, path));
+    }
     void later(std::chrono::seconds seconds) { desk->tick(QueryDesk::Clock::now() + seconds); }
 
     std::uint32_t lastToken = 0;
     std::string outcomes;
     std::string dead; // names of those who died
-    std::optional<test::SteppingDriver> driver;
+    std::optional<SteppingDriver> driver;
     std::optional<QueryDesk> desk;
 };
 

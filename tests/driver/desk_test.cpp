@@ -9,39 +9,29 @@ using test::answer;
 using test::Desk;
 using test::TestAgent;
 
-TEST_F(Desk, AsksOneQuestionAtATimeAndSharesEqualOnes)
+TEST_F(Desk, AsksOneQuestionAtATimeAndTriesEachAnswerOnAllThatWait)
 {
     TestAgent agent = start();
     ask("a", "/g/a");
     ask("A", "/g/a");
-    ask("b", "/g/b");
+    ask("b", "/g/d/b");
     ask("o", "/g/a", OPERATION_READ, "/usr/bin/tac");
     ask("p", "/g/a", OPERATION_READ, "/usr/bin/cat", ::getppid());
-    const std::uint32_t first = agent.nextQuery().security_token;
+    ask("d", "/g/d/d", OPERATION_READ | OPERATION_WRITE);
+    const std::uint32_t first = agent.nextToken();
     EXPECT_FALSE(agent.hasNext()) << "the next one's time must not run yet";
     EXPECT_EQ(agent.respond({}, first + 1), CALL_NO_QUERY);
     EXPECT_EQ(agent.respond(answer(DECISION_DENY, "/g/a"), first), CALL_DONE);
     EXPECT_EQ(outcomes, "a-A-");
     EXPECT_EQ(agent.respond({}, first), CALL_NO_QUERY) << "answered already";
-    reply(agent, "/g/b", answer(DECISION_ALLOW, "/g/b"));
-    reply(agent, "/g/a", answer(DECISION_DENY, "/g/a"));
-    EXPECT_EQ(outcomes, "a-A-b+o-") << "another process of the same program was not answered";
-    reply(agent, "/g/a", answer(DECISION_ALLOW, "/g/a"));
-    EXPECT_EQ(outcomes, "a-A-b+o-p+");
-    ask("c", "/g/a");
-    EXPECT_NE(agent.nextQuery().security_token, 0u) << "once is once";
-}
-
-TEST_F(Desk, TriesEveryAnswerOnAllThatWait)
-{
-    TestAgent agent = start();
-    ask("a", "/g/d/a");
-    ask("c", "/g/c");
-    ask("d", "/g/d/d", OPERATION_READ | OPERATION_WRITE);
-    reply(agent, "/g/d/a", answer(DECISION_ALLOW, "/g/d/", DURATION_UNTIL_RESTART, PATH_PREFIX));
-    EXPECT_EQ(outcomes, "a+d+");
+    reply(agent, "/g/d/b", answer(DECISION_ALLOW, "/g/d/", DURATION_UNTIL_RESTART, PATH_PREFIX));
     ask("e", "/g/d/e");
-    EXPECT_EQ(outcomes, "a+d+e+") << "and on who comes later";
+    reply(agent, "/g/a", DECISION_DENY);
+    EXPECT_EQ(outcomes, "a-A-b+d+e+o-") << "another process of the same program was not answered";
+    reply(agent, "/g/a", DECISION_ALLOW);
+    EXPECT_EQ(outcomes, "a-A-b+d+e+o-p+");
+    ask("c", "/g/a");
+    EXPECT_NE(agent.nextToken(), 0u) << "once is once";
 }
 
 TEST_F(Desk, UnderstandsEveryAnswerCode)
@@ -71,20 +61,18 @@ TEST_F(Desk, NeverLeavesAnybodyWaitingForALostAgent)
     ask("a", "/g/a");
     EXPECT_EQ(outcomes, "a+") << "nobody to be asked";
     {
-        TestAgent older = driver->agent(), newer = driver->agent();
-        EXPECT_TRUE(older.ready() && newer.ready());
+        TestAgent older = readyAgent(), newer = readyAgent();
         ask("b", "/g/b");
         ask("c", "/g/c");
-        ASSERT_NE(newer.nextQuery().security_token, 0u) << "the port registered last";
+        ASSERT_NE(newer.nextToken(), 0u) << "the port registered last";
         EXPECT_FALSE(older.hasNext());
         newer.socket.reset();
-        reply(older, "/g/b", answer(DECISION_DENY, "/g/b"));
-        ASSERT_NE(older.nextQuery().security_token, 0u);
+        reply(older, "/g/b", DECISION_DENY);
+        ASSERT_NE(older.nextToken(), 0u);
         EXPECT_EQ(older.call(METHOD_RELEASE_PORT, older.key), CALL_DONE);
         EXPECT_EQ(outcomes, "a+b-c+");
     }
-    TestAgent silent = driver->agent();
-    EXPECT_TRUE(silent.ready());
+    TestAgent silent = readyAgent();
     ask("d", "/g/d");
     ask("e", "/g/e");
     later(std::chrono::seconds(60));
@@ -99,16 +87,15 @@ TEST_F(Desk, NeverLeavesAnybodyWaitingForALostAgent)
 TEST_F(Desk, DoesNotAskForTheDeadNorAnAgentAboutItself)
 {
     TestAgent agent = start();
-    ask("s", "/g/s", 1, "/usr/bin/agent", ::getpid());
+    ask("s", "/g/s", OPERATION_READ, "/usr/bin/agent", ::getpid());
     EXPECT_EQ(outcomes, "s+");
     EXPECT_TRUE(desk->isAgentThread(::getpid()));
     EXPECT_FALSE(desk->isAgentThread(1));
-    ask("a", "/g/a");
-    ask("x", "/g/x");
-    ask("c", "/g/c");
+    for (const char* name : {"a", "x", "c"})
+        ask(name, std::string("/g/") + name);
     dead = "x";
-    reply(agent, "/g/a", answer(DECISION_ALLOW, "/g/a"));
-    reply(agent, "/g/c", answer(DECISION_ALLOW, "/g/c"));
+    reply(agent, "/g/a", DECISION_ALLOW);
+    reply(agent, "/g/c", DECISION_ALLOW);
     EXPECT_EQ(outcomes, "s+a+c+");
 }
 
@@ -117,16 +104,15 @@ TEST_F(Desk, LetsEverybodyGoWhileFilteringIsOff)
     TestAgent agent = start({.allowByDefault = false, .configuredUser = {}});
     ask("a", "/g/a");
     ask("b", "/g/b");
-    const std::uint32_t query = agent.nextQuery().security_token;
+    const std::uint32_t query = agent.nextToken();
     EXPECT_EQ(agent.call(METHOD_STOP_FILTER, agent.key), CALL_DONE);
-    EXPECT_EQ(outcomes, "a+b+");
     EXPECT_EQ(agent.next().size(), messagePayloadOffset) << "the word that filtering stopped";
     EXPECT_EQ(agent.respond({}, query), CALL_NO_QUERY);
     ask("c", "/g/c");
     EXPECT_EQ(outcomes, "a+b+c+");
     EXPECT_EQ(agent.call(METHOD_START_FILTER), CALL_DONE);
     ask("d", "/g/d");
-    EXPECT_NE(agent.nextQuery().security_token, 0u);
+    EXPECT_NE(agent.nextToken(), 0u);
     desk->releaseAll();
     EXPECT_EQ(outcomes, "a+b+c+d-") << "by the default, which denies here";
 }
@@ -143,9 +129,8 @@ TEST_F(Desk, KeepsAUsersOwnAnswersToThatUser)
         ASSERT_EQ(::chmod(driver->folder.path().c_str(), 0755), 0);
         TestAgent root = driver->agent();
         ASSERT_EQ(::seteuid(4711), 0);
-        TestAgent user = driver->agent();
+        TestAgent user = readyAgent();
         ASSERT_EQ(::seteuid(0), 0);
-        ASSERT_TRUE(user.ready());
         ask("a", "/g/a");
         user_prompt_response response = answer(DECISION_DENY, "", DURATION_UNTIL_RESTART);
         response.process = PROCESS_ANY;
@@ -177,7 +162,7 @@ TEST_F(Desk, DeniesAUserAndGivesTheDefaultBeyondWhatItCanHold)
     askAs(4713, "k");
     askAs(4711, "l");
     EXPECT_EQ(outcomes, "c-j+k+l-");
-    reply(agent, "/g/a", answer(DECISION_ALLOW, "/g/a"));
+    reply(agent, "/g/a", DECISION_ALLOW);
     dead = "b";
     later(std::chrono::seconds(2));
     askAs(4711, "mno");

@@ -64,7 +64,7 @@ TEST_F(Protocol, RefusesEveryMalformedPacketAndChangesNothing)
     EXPECT_EQ(descriptors(), before) << "every descriptor that nobody asked for is closed";
     EXPECT_EQ(agent.call(METHOD_FILTER_STATUS, agent.key), CALL_DONE) << "the session lives on";
     EXPECT_EQ(outcomes, "");
-    reply(agent, "/g/a", test::answer(DECISION_ALLOW, "/g/a"));
+    reply(agent, "/g/a", DECISION_ALLOW);
 }
 
 TEST_F(Protocol, AnswersWhatWasSentBeforeTheEndOfSending)
@@ -92,16 +92,15 @@ TEST_F(Protocol, TakesTheNewestKeyAlone)
     Bytes almost = agent.key;
     almost.back() ^= 1;
     ask("a", "/g/a");
-    const std::uint32_t query = agent.nextQuery().security_token;
+    const std::uint32_t query = agent.nextToken();
     const Bytes newest = agent.key;
     for (const Bytes& key : {first, almost, newest}) {
         const std::int32_t status = key == newest ? CALL_DONE : CALL_BAD_KEY;
         agent.key = key;
         EXPECT_EQ(agent.respond({}, query), status);
-        EXPECT_EQ(agent.call(METHOD_RELOAD_RULES, key), status);
-        EXPECT_EQ(agent.call(METHOD_RELOAD_QUIET, key), status);
-        EXPECT_EQ(agent.call(METHOD_FILTER_STATUS, key), status);
-        EXPECT_EQ(agent.call(METHOD_STOP_FILTER, key), status);
+        for (const MethodSelector method :
+            {METHOD_RELOAD_RULES, METHOD_RELOAD_QUIET, METHOD_FILTER_STATUS, METHOD_STOP_FILTER})
+            EXPECT_EQ(agent.call(method, key), status) << method;
     }
     EXPECT_EQ(agent.call(METHOD_FILTER_STATUS, newest), CALL_NOT_FILTERING);
     EXPECT_EQ(outcomes, "a+");
@@ -118,9 +117,9 @@ TEST_F(Protocol, KeepsAReleasedPortOpenUntilItIsReplaced)
     char byte;
     EXPECT_EQ(::recv(released.get(), &byte, 1, MSG_DONTWAIT), 0);
     ask("a", "/g/a");
-    EXPECT_NE(agent.nextQuery().security_token, 0u);
+    EXPECT_NE(agent.nextToken(), 0u);
     EXPECT_EQ(agent.registerPort(), CALL_DONE);
-    EXPECT_NE(agent.nextQuery().security_token, 0u) << "on the new port again";
+    EXPECT_NE(agent.nextToken(), 0u) << "on the new port again";
 }
 
 TEST_F(Protocol, NeverWaitsForAnAgentThatDoesNotRead)
@@ -158,19 +157,14 @@ TEST_F(Protocol, BoundsTheConnectionsOfAUser)
 
 TEST(AgentPolicy, RanksAgents)
 {
+    using enum AgentRank;
     const struct {
         uid_t agent, process;
         std::optional<uid_t> configured;
         AgentRank rank;
-    } rows[] = {
-        {1000, 1001, 1000, AgentRank::ConfiguredUser},
-        {0, 1001, 1000, AgentRank::Root},
-        {0, 1001, 0, AgentRank::ConfiguredUser},
-        {1001, 1001, 1000, AgentRank::SameUser},
-        {1001, 1001, std::nullopt, AgentRank::SameUser},
-        {1001, 1002, 1000, AgentRank::None},
-        {1001, 0, std::nullopt, AgentRank::None},
-    };
+    } rows[] = {{1000, 1001, 1000, ConfiguredUser}, {0, 1001, 1000, Root},
+        {0, 1001, 0, ConfiguredUser}, {1001, 1001, 1000, SameUser}, {1001, 1001, {}, SameUser},
+        {1001, 1002, 1000, None}, {1001, 0, {}, None}};
     for (const auto& row : rows)
         EXPECT_EQ(agentRank(row.agent, row.process, row.configured), row.rank)
             << row.agent << " about " << row.process;

@@ -1,14 +1,13 @@
 #pragma once
 
 #include "driver/server/call_status.h"
-#include "foundation/files.h"
+#include "driver/server/session_server.h"
+#include "hosts/linux/packet_socket.h"
+#include "settings/directories.h"
+#include "support/temporary_directory.h"
 #include "wire/driver_messages.h"
-#include "wire/driver_transport.h"
 
 #include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -18,50 +17,42 @@
 
 namespace vossel::test {
 
-// An agent made of the transport's description alone. `step` lets a driver in the same thread work
-// while the agent waits; without it the driver is a process of its own.
+// An agent that can send anything. `step` lets a driver in the same thread work while the agent
+// waits; without it the driver is a process of its own.
 class TestAgent {
 public:
     using Bytes = std::vector<std::uint8_t>;
 
     explicit TestAgent(const std::string& path, std::function<void()> step = {})
-        : socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0))
-        , step_(std::move(step))
+        : step_(std::move(step))
     {
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
-        const auto* where = reinterpret_cast<const sockaddr*>(&address);
-        if (::connect(socket.get(), where, sizeof address) != 0)
-            socket.reset();
+        if (auto connected = connectTo(path, std::chrono::seconds(20)))
+            socket = *std::move(connected);
     }
 
     // Opens a session and registers a port.
     bool ready() { return openSession() == CALL_DONE && registerPort() == CALL_DONE; }
     std::int32_t openSession()
     {
-        const std::int32_t status = call(METHOD_OPEN_SESSION);
+        const std::int32_t opened = call(METHOD_OPEN_SESSION);
         key = output;
-        return status;
+        return opened;
     }
     std::int32_t registerPort()
     {
-        int ends[2];
-        if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
-            return -1;
-        port.reset(ends[0]);
-        const UniqueFd theirs(ends[1]);
+        UniqueFd theirs;
+        std::tie(port, theirs) = socketPair();
         return packet(PACKET_SET_PORT, 0, {}, {theirs.get()});
     }
     std::int32_t call(std::uint32_t selector, const Bytes& input = {})
     {
         return packet(PACKET_CALL, selector, input, {});
     }
-    // Any packet, its header cut to `headerSize`; the status, or -1 when none came.
-    std::int32_t packet(std::uint32_t kind, std::uint32_t selector, Bytes input,
+    // Sends any packet, its header cut to `headerSize`; the status of the reply.
+    std::int32_t packet(std::uint32_t kind, std::uint32_t selector, const Bytes& input,
         const std::vector<int>& descriptors, std::size_t headerSize = sizeof(CallHeader))
     {
-        return send(kind, selector, std::move(input), descriptors, headerSize) ? status() : -1;
+        return send(kind, selector, input, descriptors, headerSize) ? status() : -1;
     }
     bool send(std::uint32_t kind, std::uint32_t selector, Bytes input,
         const std::vector<int>& descriptors, std::size_t headerSize = sizeof(CallHeader)) const
@@ -72,8 +63,7 @@ public:
         const cmsghdr rights = {CMSG_LEN(size), SOL_SOCKET, SCM_RIGHTS};
         std::vector<char> control(CMSG_SPACE(size));
         std::memcpy(control.data(), &rights, sizeof rights);
-        std::copy_n(
-            reinterpret_cast<const char*>(descriptors.data()), size, control.data() + CMSG_LEN(0));
+        std::memcpy(control.data() + CMSG_LEN(0), descriptors.data(), size);
         const msghdr message
             = {nullptr, 0, parts, 2, control.data(), size > 0 ? control.size() : 0, 0};
         return ::sendmsg(socket.get(), &message, MSG_NOSIGNAL) >= 0;
@@ -100,6 +90,7 @@ public:
             std::memcpy(&message, bytes.data(), sizeof message);
         return message.type == MSG_POLICY_QUERY ? message.policy_query_ : policy_query();
     }
+    std::uint32_t nextToken() { return nextQuery().security_token; } // 0: there is no query
     // Whether a notification is there, without waiting for one.
     bool hasNext() { return comes(port.get(), 0); }
     std::int32_t respond(user_prompt_response response, std::uint32_t token)
@@ -149,5 +140,32 @@ inline user_prompt_response answer(Decision decision, std::string_view path,
     storeText(response.path, path);
     return response;
 }
+
+// A driver's socket in a temporary layout, worked by hand: whoever waits lets it take one step.
+class SteppingDriver {
+public:
+    // What is there now, without waiting.
+    void step()
+    {
+        bool done = false;
+        loop.run([&] {
+            if (std::exchange(done, true))
+                loop.quit(0);
+            return EventLoop::Milliseconds(0);
+        });
+        if (afterStep)
+            afterStep();
+    }
+    [[nodiscard]] TestAgent agent()
+    {
+        return TestAgent(path, [this] { step(); });
+    }
+
+    const TemporaryDirectory folder;
+    const std::string path = Directories(folder.path()).driverSocket();
+    EventLoop loop;
+    SessionServer server{loop};
+    std::function<void()> afterStep;
+};
 
 }

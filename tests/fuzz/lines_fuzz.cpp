@@ -1,11 +1,11 @@
-#include "frontends/lines/line_command.h"
 #include "frontends/lines/line_output.h"
-#include "frontends/lines/prompt_lines.h"
+#include "frontends/lines/line_prompt_presenter.h"
+#include "frontends/lines/line_splitter.h"
 #include "hosts/simulated/simulated_host.h"
 #include "prompting/permissions_manager.h"
 #include "require.h"
 #include "settings/directories.h"
-#include "ui/prompt/prompt_windows.h"
+#include "ui/prompt/prompt_view_model_factory.h"
 #include "user/user_checks.h"
 
 #include <cstdint>
@@ -44,15 +44,11 @@ struct Agent {
         prompts += event.value("event", "") == "prompt";
         return true;
     }};
-    PromptLines lines{output, host.mainThread, host.clock};
+    LinePromptPresenter lines{output, host.mainThread};
     PermissionsManager manager{host.host, directories, userChecks};
-    PromptWindows windows{PromptContext{host.host, directories, manager, lines}};
+    PromptViewModelFactory windows{PromptContext{host.host, directories, manager, lines}};
 
-    Agent()
-    {
-        lines.setManager(&manager);
-        manager.setPromptFactory(&windows);
-    }
+    Agent() { manager.setPromptFactory(&windows); }
 
     // Asks once more, whatever waits of the commands; as the query's thread would.
     void ask()
@@ -87,7 +83,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     agent.ask();
     std::size_t count = 0;
     for (const auto& [line, tooLong] : lines) {
-        require(line.size() <= LineSplitter::longestLine, "a line beyond the limit");
+        require(line.size() <= LineSplitter::maxLine, "a line beyond the limit");
         agent.lines.take(line, tooLong);
         if (++count % 8 == 0)
             agent.ask();

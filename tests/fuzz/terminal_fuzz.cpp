@@ -165,7 +165,7 @@ void checkElided(const Glyphs& glyphs, const Glyphs& elided, std::size_t columns
         "not the text's own end");
 }
 
-void checkText(std::string_view text, std::size_t columns, std::size_t mostLines, Charset charset)
+void checkText(std::string_view text, std::size_t columns, std::size_t maxLines, Charset charset)
 {
     const Glyphs glyphs = toGlyphs(text, charset);
     checkGlyphs(glyphs, charset);
@@ -177,16 +177,16 @@ void checkText(std::string_view text, std::size_t columns, std::size_t mostLines
     checkElided(glyphs, elideMiddle(glyphs, columns, charset), columns);
     checkElided(glyphs, elideTail(glyphs, columns, charset), columns);
 
-    const auto lines = wrapText(glyphs, columns, mostLines, charset);
-    require(lines.size() <= mostLines && lines.empty() == (mostLines == 0), "too many lines");
+    const auto lines = wrapText(glyphs, columns, maxLines, charset);
+    require(lines.size() <= maxLines && lines.empty() == (maxLines == 0), "too many lines");
     std::string wrapped;
     for (const Glyphs& line : lines) {
         require(columnsOf(line) <= columns, "a line wider than asked");
         checkGlyphs(line, charset);
         wrapped += plain(line);
     }
-    constexpr std::size_t widestGlyph = 10;
-    if (lines.size() < mostLines && columns >= widestGlyph)
+    constexpr std::size_t maxGlyph = 10;
+    if (lines.size() < maxLines && columns >= maxGlyph)
         require(withoutSpaces(wrapped) == withoutSpaces(plain(glyphs)), "lost while wrapping");
 }
 

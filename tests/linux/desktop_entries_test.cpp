@@ -14,9 +14,7 @@ namespace {
 // A machine with programs and menus of the test's own. Whoever runs the test administers it.
 class DesktopEntriesTest : public ::testing::Test {
 protected:
-    void program(const std::string& path,
-        const char* content = "\x7f"
-                              "ELF") const
+    void program(const std::string& path, const char* content = "\177ELF") const
     {
         tree.file(path, content);
         std::filesystem::permissions(tree.at(path), std::filesystem::perms(0755));
@@ -34,22 +32,16 @@ protected:
 
 TEST_F(DesktopEntriesTest, AnEntryIsForTheProgramThatItStarts)
 {
-    program("/usr/bin/plain");
-    program("/usr/bin/editor.basic");
+    for (const char* path : {"/usr/bin/plain", "/usr/bin/editor.basic", "/opt/My App/app",
+             "/usr/bin/framed", "/usr/lib/browser/browser-bin", "/usr/lib/browser/browser-core",
+             "/usr/lib/mail/mail-ui", "/usr/lib/pager/pager", "/usr/bin/lisp2.41",
+             "/snap/chat/7/bin/x", "/var/lib/flatpak/app/org.a.Paint/y/files/bin/paint"})
+        program(path);
     tree.link("/usr/bin/editor", "/etc/alternatives/editor");
     tree.link("/etc/alternatives/editor", "/usr/bin/editor.basic");
-    program("/opt/My App/app");
-    program("/usr/bin/framed");
-    program("/usr/lib/browser/browser-bin");
     program("/usr/lib/browser/browser", "#!/bin/sh\nexec \"$HERE/browser-core\" \"$@\"\n");
-    program("/usr/lib/browser/browser-core");
     tree.link("/usr/bin/browser", "../lib/browser/browser");
     program("/usr/bin/mail", "#!/bin/sh\nexec /usr/lib/mail/mail-ui \"$@\"\n");
-    program("/usr/lib/mail/mail-ui");
-    program("/usr/lib/pager/pager");
-    program("/usr/bin/lisp2.41");
-    program("/snap/chat/7/bin/x");
-    program("/var/lib/flatpak/app/org.a.Paint/y/files/bin/paint");
     tree.link("/bin", "usr/bin");
     entry("plain", "Exec=plain %U\nIcon=plain.png");
     entry("ed", "Exec=editor -- %F\nIcon=gone"); // with an option, and not called like it
@@ -75,8 +67,9 @@ TEST_F(DesktopEntriesTest, AnEntryIsForTheProgramThatItStarts)
 
 TEST_F(DesktopEntriesTest, WhatRunsOtherProgramsHasNoneOfTheirFaces)
 {
-    for (const char* path : {"/usr/bin/python3.11", "/usr/bin/sh", "/usr/bin/snap",
-             "/usr/bin/flatpak", "/usr/bin/busybox", "/usr/bin/office"})
+    const auto hosts = {"/usr/bin/python3.11", "/usr/bin/sh", "/usr/bin/snap", "/usr/bin/flatpak",
+        "/usr/bin/busybox", "/usr/bin/office"};
+    for (const char* path : hosts)
         program(path);
     tree.link("/usr/bin/python3", "python3.11");
     tree.link("/snap/bin/chat", "/usr/bin/snap");
@@ -91,8 +84,7 @@ TEST_F(DesktopEntriesTest, WhatRunsOtherProgramsHasNoneOfTheirFaces)
     entry("tool", "Exec=tool\nIcon=tool");
     entry("one", "Exec=office\nIcon=one");
     entry("two", "Exec=office\nIcon=two");
-    for (const char* path : {"/usr/bin/python3.11", "/usr/bin/sh", "/usr/bin/snap",
-             "/usr/bin/flatpak", "/usr/bin/busybox", "/usr/bin/office"})
+    for (const char* path : hosts)
         EXPECT_EQ(iconOf(path), "") << path;
 
     entry("three", "Exec=office %U\nIcon=hidden\nNoDisplay=true"); // hidden ones come last
@@ -106,11 +98,8 @@ TEST_F(DesktopEntriesTest, WhatRunsOtherProgramsHasNoneOfTheirFaces)
 
 TEST_F(DesktopEntriesTest, OnlyWhatTheAdministratorInstalledCounts)
 {
-    program("/usr/bin/browser");
-    program("/home/ann/browser");
-    program("/tmp/browser");
-    program("/opt/open/browser");
-    program("/opt/loose/browser");
+    for (const char* folder : {"/usr/bin", "/home/ann", "/tmp", "/opt/open", "/opt/loose"})
+        program(std::string(folder) + "/browser");
     entry("browser", "Exec=browser\nIcon=browser");
     tree.link("/usr/local/share/applications/own.desktop", "/home/ann/own.desktop");
     tree.file("/home/ann/own.desktop",
@@ -153,12 +142,10 @@ TEST_F(DesktopEntriesTest, BrokenEntriesAreLeftOut)
     tree.file(folder + "empty.desktop", "");
     tree.file(folder + "binary.desktop", std::string("[Desktop Entry]\0\xff\xfe\n=\n[", 22));
     entry("huge", "Exec=good\nComment=" + std::string(300'000, 'x') + "\nIcon=trap");
-    entry("bytes", "Exec=good\nIcon=\xff\xfe");
-    entry("way", "Exec=good\nIcon=../../tmp/x");
-    entry("page", "Exec=good\nIcon=trap\nType=Link");
-    entry("quote", "Exec=\"good\nIcon=trap");
-    entry("percent", "Exec=good %\nIcon=trap");
-    entry("slash", "Exec=good \\\\\nIcon=trap");
+    for (const char* lines : {"Exec=good\nIcon=\xff\xfe", "Exec=good\nIcon=../../tmp/x",
+             "Exec=good\nIcon=trap\nType=Link", "Exec=\"good\nIcon=trap", "Exec=good %\nIcon=trap",
+             "Exec=good \\\\\nIcon=trap"})
+        entry("broken" + std::to_string(std::hash<std::string>()(lines)), lines);
     tree.file(folder + "deep/name.desktop",
         "[Desktop Entry]\nType=Application\nExec=good\n"
         "Icon=good\n");

@@ -1,13 +1,12 @@
 #include "hosts/linux/driver_service.h"
+#include "hosts/linux/packet.h"
 #include "hosts/linux/packet_socket.h"
 #include "support/temporary_directory.h"
 #include "wire/driver_messages.h"
-#include "wire/driver_transport.h"
 
 #include <gtest/gtest.h>
 
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -24,8 +23,7 @@ using namespace std::chrono_literals;
 
 void post(const UniqueFd& port, std::string_view message)
 {
-    EXPECT_EQ(::send(port.get(), message.data(), message.size(), MSG_NOSIGNAL),
-        static_cast<ssize_t>(message.size()));
+    EXPECT_EQ(sendPacket(port.get(), {std::as_bytes(std::span(message))}), Sent::Yes);
 }
 
 // A connection whose other end the test plays.
@@ -39,26 +37,25 @@ protected:
 
     void connect(Clock::Duration timeout = 5s)
     {
-        int ends[2] = {-1, -1};
-        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
-        ours = ends[0];
-        connection = LinuxDriverConnection::create(UniqueFd(ours), timeout);
-        driver.reset(ends[1]);
+        UniqueFd end;
+        std::tie(end, driver) = socketPair();
+        ours = end.get();
+        connection = LinuxDriverConnection::create(std::move(end), timeout);
     }
     Call next() const
     {
+        pollfd coming = {driver.get(), POLLIN, 0};
+        ::poll(&coming, 1, 20000);
+        Packet packet = receivePacket(driver.get());
         Call call;
-        char input[maxPacketSize] = {};
-        alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-        iovec pieces[] = {{&call.header, sizeof call.header}, {input, sizeof input}};
-        msghdr message = {nullptr, 0, pieces, 2, control, sizeof control, 0};
-        const auto size = ::recvmsg(driver.get(), &message, MSG_CMSG_CLOEXEC);
-        if (size > static_cast<ssize_t>(sizeof call.header))
-            call.input.assign(input, static_cast<std::size_t>(size) - sizeof call.header);
-        int fd = -1;
-        if (const cmsghdr* rights = CMSG_FIRSTHDR(&message))
-            std::memcpy(&fd, CMSG_DATA(rights), sizeof fd);
-        call.port.reset(fd);
+        if (packet.bytes.size() >= sizeof call.header) {
+            std::memcpy(&call.header, packet.bytes.data(), sizeof call.header);
+            call.input.assign(
+                reinterpret_cast<const char*>(packet.bytes.data()) + sizeof call.header,
+                packet.bytes.size() - sizeof call.header);
+        }
+        if (!packet.descriptors.empty())
+            call.port = std::move(packet.descriptors.front());
         return call;
     }
     void reply(std::int32_t status, std::string_view output = {}) const
@@ -163,14 +160,9 @@ TEST_F(DriverConnectionTest, ALyingDriverEndsTheConnection)
     reply(0, "fake"); // before the call
     EXPECT_EQ(call(got), driverUnreachable);
     EXPECT_EQ(got, "");
-}
-
-// A driver that takes nothing out fills the socket: sending is bounded too.
-TEST_F(DriverConnectionTest, AFullSocketEndsInTime)
-{
-    connect(20ms);
-    const std::string packet(8000, 'x');
-    while (::send(ours, packet.data(), packet.size(), MSG_DONTWAIT) > 0) { }
+    connect(20ms); // a driver that takes nothing out fills the socket
+    const std::vector<std::byte> packet(8000);
+    while (sendPacket(ours, {packet}) == Sent::Yes) { }
     EXPECT_EQ(call(got), driverUnreachable);
 }
 
@@ -255,8 +247,8 @@ TEST_F(DriverConnectionTest, EverythingAtOnce)
             Call asked = next();
             if (asked.port)
                 port = std::move(asked.port);
-            if (port)
-                static_cast<void>(::send(port.get(), "note", 4, MSG_NOSIGNAL | MSG_DONTWAIT));
+            if (port) // full, where the test is slow
+                static_cast<void>(sendPacket(port.get(), {std::as_bytes(std::span("note", 4))}));
             reply(0, asked.input);
         }
         driver.reset();
@@ -282,22 +274,18 @@ class DriverServiceTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
         EXPECT_EQ(service.match(), DriverService::Match::None);
         EXPECT_EQ(service.open(), nullptr);
-        const auto* at = reinterpret_cast<const sockaddr*>(&address);
-        ASSERT_EQ(::bind(listener.get(), at, sizeof address), 0);
+        auto listening = listenAt(path);
+        ASSERT_TRUE(listening) << listening.reason();
+        listener = *std::move(listening);
         EXPECT_EQ(service.match(), DriverService::Match::Found);
-        EXPECT_EQ(service.open(), nullptr) << "nobody listens yet";
-        ASSERT_EQ(::listen(listener.get(), 4), 0);
     }
 
     const test::TemporaryDirectory folder;
     const std::string path = folder / "s";
     LinuxDriverService service{path};
-    UniqueFd listener{::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)};
+    UniqueFd listener;
 };
 
 TEST_F(DriverServiceTest, FindsAndOpensItsSocketHoweverLongThePath)
@@ -307,6 +295,8 @@ TEST_F(DriverServiceTest, FindsAndOpensItsSocketHoweverLongThePath)
     std::filesystem::create_directories(deep);
     std::filesystem::rename(path, deep + "/s"); // a socket that is moved keeps listening
     EXPECT_NE(LinuxDriverService(deep + "/s").open(), nullptr);
+    listener.reset();
+    EXPECT_EQ(LinuxDriverService(deep + "/s").open(), nullptr) << "nobody listens any more";
     EXPECT_EQ(LinuxDriverService(deep).match(), DriverService::Match::Failed);
 }
 

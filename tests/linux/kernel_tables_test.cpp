@@ -14,77 +14,60 @@
 namespace vossel {
 namespace {
 
-TEST(LinuxProcessesTest, ReadsParentsWhateverAProcessCallsItself)
+// A process chooses its own name, and may put anything into it.
+TEST(LinuxProcessesTest, ReadsProcessesWhateverTheyCallThemselves)
 {
     const test::Tree tree;
-    const std::tuple<std::uint32_t, const char*, std::int32_t> rows[] = {
-        {1, "1 (init) S 0 1 1 0 -1", 0},
-        {12, "12 (a b) S 1 ) R 7 12 12 0 -1", 7},
-        {14, "14 (cut) S", -1},
-        {15, "15 (no number) S x 1", -1},
-        {16, "no bracket at all", -1},
-        {17, "", -1},
+    const SystemRoot root(tree.root());
+    const std::tuple<std::uint32_t, std::int32_t, std::uint64_t, const char*> rows[] = {
+        {1, 0, 98765, "1 (init) S 0 1 1 0 -1 4194560 10 0 0 0 1 2 3 4 20 0 1 0 98765 100\n"},
+        {7, 1, 98765, "7 (a) R 5 (b) S 1 4 5 0 -1 4194560 1 0 0 0 1 2 3 4 20 0 1 0 98765 1\n"},
+        {12, 7, 0, "12 (a b) S 1 ) R 7 12 12 0 -1"},
+        {14, -1, 0, "14 (cut) S"},
+        {15, -1, 0, "15 (no number) S x 1"},
+        {16, -1, 0, "no bracket at all"},
+        {17, -1, 0, ""},
     };
     tree.folder("/proc/self");
     tree.folder("/proc/99999999999");
     const LinuxProcesses processes(tree.root() + "/");
-    for (const auto& [pid, line, parent] : rows) {
+    for (const auto& [pid, parent, start, line] : rows) {
         EXPECT_EQ(processes.parentOf(pid), -1) << "it is not there";
         tree.file("/proc/" + std::to_string(pid) + "/stat", line);
         EXPECT_EQ(processes.parentOf(pid), parent) << line;
+        EXPECT_EQ(readStartTime(root, static_cast<std::int32_t>(pid)), start) << line;
     }
-    EXPECT_EQ(processes.all(), (std::vector<std::uint32_t>{1, 12, 14, 15, 16, 17}));
-}
-
-TEST(LinuxProcessesTest, NamesExecutables)
-{
-    const test::Tree tree;
-    const std::string odd = tree.at("/bin/tool (deleted)");
-    tree.file("/bin/tool (deleted)", "really called so");
-    tree.link("/proc/2/exe", "/nowhere/tool (deleted)");
-    tree.link("/proc/3/exe", odd);
-    tree.link("/proc/4/exe", "/" + std::string(2000, 'x'));
-    const LinuxProcesses processes(tree.root());
-    EXPECT_EQ(processes.executablePath(2), "/nowhere/tool");
-    EXPECT_EQ(processes.executablePath(3), odd);
-    EXPECT_EQ(processes.executablePath(4).size(), 1023u);
-    EXPECT_EQ(processes.executablePath(5), "");
-}
-
-TEST(ProcFileTest, ReadsAThreadWhateverItCallsItself)
-{
-    const test::Tree tree;
-    const SystemRoot root(tree.root());
+    EXPECT_EQ(processes.all(), (std::vector<std::uint32_t>{1, 7, 12, 14, 15, 16, 17}));
     tree.file("/proc/7/status",
         "Name:\t) Tgid:\\nPPid:\t9\nTgid:\t5\nPid:\t7\nPPid:\t3\nUid:\t1000\t0\t1\t2\n");
     EXPECT_EQ(readThreadFacts(root, 7), (ThreadFacts{5, 3, 1000, 0, 1}));
     EXPECT_FALSE(readThreadFacts(root, 8));
-    const std::pair<const char*, std::uint64_t> rows[]
-        = {{"7 (a) S 1 (b) S 3 4 5 0 -1 4194560 10 0 0 0 1 2 3 4 20 0 1 0 98765 100\n", 98765},
-            {"", 0}, {"7 (a", 0}, {"7 (a) S 1 2", 0}, {"7 (a) S 3 4 5", 0}};
-    for (const auto& [stat, start] : rows) {
-        tree.file("/proc/7/stat", stat);
-        EXPECT_EQ(readStartTime(root, 7), start) << stat;
-    }
 }
 
 // The agent and the driver name a program by the same file.
-TEST(ProcFileTest, NamesARunningProgramThatWasRenamed)
+TEST(LinuxProcessesTest, NamesWhatAProcessRunsBeforeItWasRenamed)
 {
     const test::Tree tree;
+    tree.link("/proc/2/exe", "/nowhere/tool (deleted)");
+    tree.link("/proc/4/exe", "/" + std::string(2000, 'x'));
+    const LinuxProcesses processes(tree.root());
+    EXPECT_EQ(processes.executablePath(2), "/nowhere/tool");
+    EXPECT_EQ(processes.executablePath(4).size(), 1023u);
+    EXPECT_EQ(processes.executablePath(5), "");
     const std::pair<const char*, bool> rows[]
         = {{"/gone", false}, {"/linked", true}, {"/called so (deleted)", false}};
     for (const auto& [name, linked] : rows) {
-        std::filesystem::copy_file("/bin/cat", tree.at(name));
+        const std::string path = tree.at(name);
+        std::filesystem::copy_file("/bin/cat", path);
         if (linked)
-            std::filesystem::create_hard_link(tree.at(name), tree.at("/other"));
-        const test::ChildProcess program({tree.at(name)}, "/dev/null");
-        while (readExecutable(SystemRoot(), program.pid())->path != tree.at(name)) { }
-        if (!std::string_view(name).ends_with(" (deleted)"))
-            std::filesystem::remove(tree.at(name));
-        EXPECT_EQ(readExecutable(SystemRoot(), program.pid())->path, tree.at(name));
-        EXPECT_EQ(LinuxProcesses().executablePath(static_cast<std::uint32_t>(program.pid())),
-            tree.at(name));
+            std::filesystem::create_hard_link(path, tree.at("/other"));
+        const test::ChildProcess program({path}, "/dev/null");
+        const auto pid = static_cast<std::uint32_t>(program.pid());
+        EXPECT_EQ(LinuxProcesses().executablePath(pid), path);
+        if (!path.ends_with(" (deleted)"))
+            std::filesystem::remove(path);
+        EXPECT_EQ(LinuxProcesses().executablePath(pid), path);
+        EXPECT_EQ(readExecutable(SystemRoot(), program.pid())->path, path);
     }
 }
 

@@ -1,55 +1,15 @@
-#include "foundation/files.h"
-#include "support/child_process.h"
-#include "support/temporary_directory.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include "vosselctl_run.h"
 
 #include <filesystem>
 
 namespace vossel::test {
 namespace {
 
-using Json = nlohmann::json;
-using Arguments = std::vector<std::string>;
 using namespace std::string_literals;
 
-struct Outcome {
-    std::optional<int> status;
-    std::string output;
-    std::string error;
-};
-
-// The built program, in a folder of its own.
-class VosselctlRules : public testing::Test {
+class VosselctlRules : public VosselctlFixture {
 protected:
-    Outcome run(const Arguments& arguments, const char* output = "output")
-    {
-        Arguments all{"sh", "-c", R"(cd "$0" && to=$1 && shift && "$@" <input >"$to")",
-            directory_.path(), output, VOSSELCTL, "rules"};
-        all.insert(all.end(), arguments.begin(), arguments.end());
-        const auto status = ChildProcess(all, directory_ / "error").wait();
-        return {status, *readFile(directory_ / "output", 100'000),
-            *readFile(directory_ / "error", 100'000)};
-    }
-    std::string done(const Arguments& arguments)
-    {
-        const auto outcome = run(arguments);
-        EXPECT_EQ(outcome.status, 0) << outcome.error;
-        return outcome.output;
-    }
-    void write(const std::string& name, std::string_view content)
-    {
-        EXPECT_TRUE(writeFile(directory_ / name, content));
-    }
-    void SetUp() override
-    {
-        write("input", "");
-        write("output", "");
-    }
-
-    TemporaryDirectory directory_;
+    VosselctlRules() { first_ = {"rules"}; }
 };
 
 TEST_F(VosselctlRules, ListsWhatFilesSay)
@@ -126,13 +86,11 @@ TEST_F(VosselctlRules, ChecksAndNamesRedundantRules)
 
 TEST_F(VosselctlRules, CutsLinesAndNames)
 {
-    write("input", "a \"b  \"c \"\"\n\n\r\xff\0 x\u2028\ny \"open q"s);
-    EXPECT_EQ(done({"scan"}),
+    const auto words = "a \"b  \"c \"\"\n\n\r\xff\0 x\u2028\ny \"open q"s;
+    EXPECT_EQ(done({"scan"}, {}, words),
         "[\"a\",\"b  \",\"c\",\"\"]\n[]\n[\"\\r\xef\xbf\xbd\\u0000\",\"x\u2028\"]\n"
         "[\"y\",\"q\"]\n");
-    write("input", std::string(200'000, 'x'));
-    EXPECT_EQ(run({"scan"}, "long").status, 0);
-    EXPECT_EQ(std::filesystem::file_size(directory_ / "long"), 200'005U);
+    EXPECT_EQ(done({"scan"}, {}, std::string(200'000, 'x')).size(), 200'005U);
 
     EXPECT_EQ(
         Json::parse(done({"identity", "/A.app/B.app/c (-x via /bin/sh", "--constraint", "t"})),
@@ -150,11 +108,7 @@ TEST_F(VosselctlRules, WhatCannotBeDoneEndsWithStatus2AndOneSentence)
     const auto cut = "deny path /a any r\n\0deny path /b any r\n"s;
     write("cut", cut);
     std::filesystem::create_symlink("good", directory_ / "link");
-    const struct {
-        Arguments arguments;
-        const char* sentence; // a part of it
-        const char* output = "output";
-    } rows[] = {
+    const Refusal rows[] = {
         {{"list", "good", "missing"}, "missing: No such file"},
         {{"list", "link"}, "link is a symbolic link"},
         {{"list", "bytes"}, "bytes is not UTF-8"},
@@ -172,14 +126,8 @@ TEST_F(VosselctlRules, WhatCannotBeDoneEndsWithStatus2AndOneSentence)
         {{"list", "good", "--pretty"}, "--json"},
         {{"list", "\x1b[2J"}, "\\e[2J: No such"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.arguments));
-        const auto outcome = run(row.arguments, row.output);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, "");
-        EXPECT_THAT(outcome.error, testing::HasSubstr(row.sentence));
-        EXPECT_EQ(outcome.error.find('\n'), outcome.error.size() - 1) << outcome.error;
-    }
+    for (const auto& row : rows)
+        expectRefusal(row);
     // What a NUL cuts is listed as far as it goes, and never written over itself.
     EXPECT_EQ(done({"list", "cut"}), "deny  path  r  /a  any\n");
     EXPECT_THAT(run({"format", "cut", "-o", "cut"}).error, testing::HasSubstr("not replaced"));

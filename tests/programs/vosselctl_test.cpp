@@ -1,11 +1,5 @@
-#include "foundation/files.h"
-#include "support/child_process.h"
 #include "support/queries.h"
-#include "support/temporary_directory.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include "vosselctl_run.h"
 
 #include <cstring>
 #include <filesystem>
@@ -13,37 +7,8 @@
 namespace vossel::test {
 namespace {
 
-using Json = nlohmann::json;
-using Arguments = std::vector<std::string>;
-
-struct Outcome {
-    std::optional<int> status;
-    std::string output;
-    std::string error;
-};
-
-// The built program, with files in place of its three streams.
-class VosselctlTest : public testing::Test {
+class VosselctlTest : public VosselctlFixture {
 protected:
-    Outcome run(
-        const Arguments& arguments, std::string_view input = {}, const char* output = "output")
-    {
-        EXPECT_TRUE(writeFile(directory_ / "input", input));
-        Arguments all{"sh", "-c", R"(cd "$0" && to=$1 && shift && "$@" <input >"$to")",
-            directory_.path(), output, VOSSELCTL};
-        all.insert(all.end(), arguments.begin(), arguments.end());
-        const auto status = ChildProcess(all, directory_ / "error").wait();
-        return {status, *readFile(directory_ / "output", 100'000),
-            *readFile(directory_ / "error", 100'000)};
-    }
-    // What it writes when nothing goes wrong.
-    std::string done(Arguments command, const Arguments& options, std::string_view input = {})
-    {
-        command.insert(command.end(), options.begin(), options.end());
-        const auto outcome = run(command, input);
-        EXPECT_EQ(outcome.status, 0) << outcome.error;
-        return outcome.output;
-    }
     std::string made(const Arguments& options) { return done({"query", "make"}, options); }
     Json shown(const std::string& record, const Arguments& options = {})
     {
@@ -51,8 +16,6 @@ protected:
         EXPECT_EQ(line.find('\n'), line.size() - 1);
         return Json::parse(line, nullptr, false);
     }
-
-    TemporaryDirectory directory_;
 };
 
 TEST_F(VosselctlTest, EveryFieldMadeIsShownAgain)
@@ -143,17 +106,13 @@ TEST_F(VosselctlTest, AResponseIsShownFieldByField)
 
 TEST_F(VosselctlTest, WrongCallsEndWithStatus2AndOneSentence)
 {
-    struct Row {
-        Arguments arguments;
-        const char* sentence; // a part of it
-        std::size_t inputSize = 0;
-        const char* output = "output";
-    };
-    std::vector<Row> rows = {
+    const auto bytes = [](std::size_t size) { return std::string(size, '\xff'); };
+    std::vector<Refusal> rows = {
         {{"query", "show"}, "FILE"},
         {{"query", "show", "missing"}, "missing"},
-        {{"query", "show", "-", "--admin", "--no-admin"}, "--admin", sizeof(policy_query)},
-        {{"query", "make"}, "standard output", 0, "/dev/full"},
+        {{"query", "show", "-", "--admin", "--no-admin"}, "--admin", "output",
+            bytes(sizeof(policy_query))},
+        {{"query", "make"}, "standard output", "/dev/full"},
         {{"query", "make", "--pid", "2147483648"}, "2147483647"},
         {{"query", "make", "--pid", " 1"}, "\" 1\""},
         {{"query", "make", "--flags", "-1"}, "4294967295"},
@@ -166,17 +125,11 @@ TEST_F(VosselctlTest, WrongCallsEndWithStatus2AndOneSentence)
         {{"query", "make", "--constraints", std::string(66, '0')}, "at most 64"},
     };
     for (const std::size_t size : {0, 3355, 3385, 70'000})
-        rows.push_back({{"query", "show", "-"}, "standard input", size});
+        rows.push_back({{"query", "show", "-"}, "standard input", "output", bytes(size)});
     for (const std::size_t size : {0, 2147, 2149})
-        rows.push_back({{"response", "show", "-"}, "standard input", size});
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.arguments) + std::to_string(row.inputSize));
-        const auto outcome = run(row.arguments, std::string(row.inputSize, '\xff'), row.output);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.output, "");
-        EXPECT_THAT(outcome.error, testing::HasSubstr(row.sentence));
-        EXPECT_EQ(outcome.error.find('\n'), outcome.error.size() - 1) << outcome.error;
-    }
+        rows.push_back({{"response", "show", "-"}, "standard input", "output", bytes(size)});
+    for (const auto& row : rows)
+        expectRefusal(row);
 }
 
 // No NUL anywhere, no valid UTF-8, every number negative.

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <random>
 
 // What rules files mean, in the plainest and slowest way: character by character, rule by rule,
 // each compared with all others. Tests and the fuzz target hold the store against it.
@@ -73,18 +74,29 @@ inline std::int64_t literalInteger(std::string_view text)
     return value;
 }
 
-// Everything that a rule says, in one text.
-inline std::string described(const Rule& rule)
+// Everything that a rule says, in the order of SortDescriptor's keys.
+inline std::vector<std::string> partsOf(const Rule& rule)
 {
     const auto* policy = dynamic_cast<const PolicyRule*>(&rule);
-    std::string text = std::to_string(rule.getPolicyClass());
-    for (const auto& part : {std::to_string(rule.policyType()), std::string(rule.path()),
-             std::string(rule.processName()), operationsForRule(rule), std::string(rule.tag()),
-             std::string(policy ? policy->constraint() : ""), flagsForInteger(rule.flags()),
-             std::to_string(policy ? policy->created() : 0), std::to_string(rule.sequence()),
-             std::string(rule.system() ? "system" : "user")})
-        text.append("|").append(part);
+    return {std::to_string(rule.getPolicyClass()), std::to_string(rule.policyType()),
+        std::string(rule.path()), std::string(rule.processName()), rule.getProcessShortName(),
+        std::string(rule.tag()), std::string(policy ? policy->constraint() : ""),
+        std::to_string(rule.operations()), std::to_string(rule.flags()),
+        std::to_string(policy ? policy->created() : 0), std::to_string(rule.sequence()),
+        std::to_string(rule.system() ? 1 : 0), std::to_string(rule.getRuleState())};
+}
+
+inline std::string joined(const std::vector<std::string>& parts)
+{
+    std::string text;
+    for (const auto& part : parts)
+        text.append(part).append("|");
     return text;
+}
+
+inline std::string described(const Rule& rule)
+{
+    return joined(partsOf(rule));
 }
 
 template <class Rules>
@@ -189,6 +201,40 @@ private:
         if (!duplicate)
             group.push_back(rule);
     }
+};
+
+// The same choices in every run.
+class Choices {
+public:
+    std::size_t below(std::size_t end) { return engine_() % end; }
+    template <class List>
+    const auto& of(const List& list)
+    {
+        return list[below(std::size(list))];
+    }
+    // A line that is a rule, of few different texts, so that rules are often alike.
+    std::string ruleLine()
+    {
+        static constexpr std::array<const char*, 14> paths = {"/d/a", "/d/b", "/d/", "/d", "/d/e/f",
+            "/d/e/", "/d/e", "/", "/g", ":NVRAM/x", ":NVRAM/", "any", "", "//"};
+        static constexpr std::array<const char*, 5> programs
+            = {"any", "/bin/Cat", "/BIN/cat", "any via tool", "/bin/cat via /bin/sh"};
+        std::string line = of(std::array{"allow", "allow", "deny", "watch", "huh"});
+        line.append(of(std::array{" prefix \"", " path \"", " suffix \""})).append(of(paths));
+        line.append("\" \"").append(of(programs)).append(of(std::array{"\" r", "\" rw", "\" x"}));
+        line.append(of(std::array{"", " s", " \"a tag\"", " u TEAM", " us \"\" 77"}));
+        return line + "\n";
+    }
+    std::string ruleLines(std::size_t count)
+    {
+        std::string lines;
+        while (count-- > 0)
+            lines += ruleLine();
+        return lines;
+    }
+
+private:
+    std::mt19937 engine_{20'261};
 };
 
 }

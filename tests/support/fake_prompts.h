@@ -1,6 +1,6 @@
 #pragma once
 
-#include "prompting/prompt_windows.h"
+#include "prompting/prompt_interfaces.h"
 
 #include <functional>
 #include <string>

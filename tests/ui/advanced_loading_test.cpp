@@ -2,27 +2,34 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace vossel::test {
 namespace {
 
 std::string textsOf(const PromptFixture& fixture)
 {
-    const PermissionsControls& controls = fixture.advanced->controls();
-    return controls.activityDescriptionTextField.stringValue() + "\n"
-        + controls.applicationPathTextField.stringValue() + " < "
-        + controls.applicationParentPathTextField.stringValue() + "\n"
-        + controls.filenameTextField.stringValue() + " | "
-        + controls.codeSignTextField.stringValue() + " | " + fixture.icon();
+    const PromptView view = fixture.shown->view();
+    return view.sentence + "\n" + view.displayName + ": " + view.application.text + " < "
+        + view.parent.text + "\n" + view.file.text + " | " + view.signer.text + " | "
+        + view.signer.sentence + " | " + fixture.icon();
 }
 
-std::string choicesOf(const QMPermissionsWindow& prompt)
+// What is chosen; "!" behind an entry that is not the recommended one.
+std::string chosen(const PromptView::Choices& choices)
 {
-    const PermissionsControls& controls = prompt.controls();
-    const SegmentedControlState& duration = controls.durationSegmentedControl.state();
-    return (controls.pathPopUpControl.enabled() ? "" : "fixed ")
-        + controls.pathPopUpControl.titleOfSelectedItem() + ", "
-        + controls.applicationNamePopUp.title() + ", " + controls.operationsButton.title() + ", "
-        + std::to_string(duration.selectedSegment) + " of " + std::to_string(duration.segmentCount);
+    return choices.entries.at(static_cast<std::size_t>(choices.selected)).title
+        + (choices.selected == choices.recommended ? "" : "!");
+}
+
+std::string choicesOf(const PromptView& view)
+{
+    EXPECT_EQ(chosen(view.processes), view.processes.title);
+    const auto present = std::count_if(view.durations.begin(), view.durations.end(),
+        [](const PromptView::Duration& duration) { return duration.present; });
+    return (view.paths.enabled ? "" : "fixed ") + chosen(view.paths) + ", " + view.processes.title
+        + ", " + view.operations + ", " + std::to_string(view.duration) + " of "
+        + std::to_string(present);
 }
 
 TEST(AdvancedLoading, ShowsWhatTheQuerySays)
@@ -39,13 +46,15 @@ TEST(AdvancedLoading, ShowsWhatTheQuerySays)
     const std::pair<policy_query, std::string> rows[] = {
         {known,
             "Vossel detected an attempt to read the following file...\n"
-            "/opt/Notes (100) < /bin/sh (55)\n/srv/a.txt | AcmeInc. | .VosselTemp.png"},
+            "Notes via sh: /opt/Notes (100) < /bin/sh (55)\n"
+            "/srv/a.txt | AcmeInc. | Signed by AcmeInc. | .VosselTemp.png"},
         {unknown,
             "unknown program would like to intercept network packets.\n"
-            "unknown program (-3) < /sbin/second (60)\n/dev/bpf | not signed | warning.png"},
+            "unknown program: unknown program (-3) < /sbin/second (60)\n"
+            "/dev/bpf | not signed | not signed | warning.png"},
         {queryFor("/srv/x"),
             "Vossel detected an attempt to read the following file...\n"
-            "/opt/Notes (100) < \n/srv/x |  | warning.png"},
+            "Notes: /opt/Notes (100) < \n/srv/x |  | Not signed | warning.png"},
     };
     for (const auto& [query, texts] : rows) {
         PromptFixture fixture;
@@ -76,7 +85,7 @@ TEST(AdvancedLoading, RecommendsByTarget)
         {volume + "a", "In " + volume + ", any process, Read Only, 2 of 4"},
         {volume + "a", "In " + volume + ordinary, OPERATION_WRITE},
         {"/Volumes/Disk/a", "In /Volumes/Disk/" + ordinary}, // no image
-        {"/srv/x", "Any Files, any with ancestor installd, Read-Write, 1 of 3", OPERATION_READ,
+        {"/srv/x", "Any Files!, any with ancestor installd, Read-Write, 1 of 3", OPERATION_READ,
             900},
     };
     for (const auto& row : rows) {
@@ -87,8 +96,8 @@ TEST(AdvancedLoading, RecommendsByTarget)
         policy_query query = queryFor(row.path, row.operation);
         query.ppid = 60;
         const QMPermissionsWindow& prompt = fixture.open(query);
-        EXPECT_EQ(choicesOf(prompt), row.choices);
-        EXPECT_EQ(prompt.installerPID(), row.installer);
+        EXPECT_EQ(choicesOf(prompt.view()), row.choices);
+        EXPECT_EQ(prompt.view().installerPid, row.installer);
         const std::string texts = textsOf(fixture);
         EXPECT_EQ(texts.starts_with("An installer is attempting"), row.installer != 0);
         EXPECT_EQ(texts.ends_with("| Installer.app"), row.installer != 0);
@@ -108,7 +117,7 @@ TEST(AdvancedLoading, UpdatesStayCoveredWhereAMakerIsKnown)
         policy_query query = queryFor("/x", OPERATION_READ, program);
         query.reserved1 = state;
         storeText(query.cs_info.teamid, team);
-        EXPECT_EQ(fixture.open(query).controls().allowUpdatesCheckBox.state(), updates) << program;
+        EXPECT_EQ(fixture.open(query).view().updates, updates) << program;
     }
 }
 
@@ -117,7 +126,7 @@ TEST(AdvancedLoading, WindowKeepsTheScreenUntilItResigns)
     PromptFixture fixture;
     fixture.host.windows.commandKey.set(true);
     const auto prompt = fixture.open(queryFor("/x")).shared_from_this();
-    EXPECT_TRUE(prompt->frame().allowButton.highlighted());
+    EXPECT_TRUE(prompt->view().allow.highlighted);
     WindowState state{{0, 0, 560, 360}, true, 257, 144 | 0x8000, WindowLevel{14}, false, false, 1,
         true, true, true, true, Appearance::VibrantLight, false, ContentEffect{EffectMaterial{6}},
         643, {}};

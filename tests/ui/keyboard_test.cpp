@@ -19,16 +19,15 @@ struct KeyboardFixture : PromptFixture {
     std::string press(const KeyEvent& event)
     {
         const int before = host.alertSound.played.get();
-        frame().window.keyDown(event);
+        shown->keyDown(event);
         const std::string sound = host.alertSound.played.get() == before ? "" : "!";
         if (wait->isOver())
             return (wait->response().decision == DECISION_ALLOW ? "allow" : "deny") + sound;
-        if (simple)
-            return std::to_string(simple->selectedDuration()) + sound;
-        const PermissionsControls& controls = advanced->controls();
-        return std::to_string(controls.durationSegmentedControl.selectedSegment()) + " path "
-            + std::to_string(controls.pathPopUpControl.selectedIndex()) + " process "
-            + std::to_string(controls.applicationNamePopUp.selectedIndex()) + sound;
+        const PromptView view = shown->view();
+        if (view.kind == PromptView::Kind::Simple)
+            return std::to_string(view.duration) + sound;
+        return std::to_string(view.duration) + " path " + std::to_string(view.paths.selected)
+            + " process " + std::to_string(view.processes.selected) + sound;
     }
 };
 
@@ -41,16 +40,16 @@ TEST(Keyboard, ShapesTheAnswer)
     const std::string ofSimple = "333312122312";
     for (std::size_t i = 0; i < letters.size(); ++i) {
         const KeyEvent key{0, {letters[i], '4'}, commandKey | (i % 2 == 0 ? 0 : shiftKey)};
-        EXPECT_EQ(advanced.press(key), ofAdvanced[i] + std::string(" path 3 process 3"));
+        EXPECT_EQ(advanced.press(key), ofAdvanced[i] + std::string(" path 3 process 2"));
         EXPECT_EQ(simple.press(key), std::string(1, ofSimple[i])) << letters[i];
     }
-    const std::pair<KeyEvent, const char*> others[] = {{{123, "", shiftKey}, " path 4 process 3"},
-        {{124, "", shiftKey}, " path 3 process 3"}, {{125, "", shiftKey}, " path 3 process 4"},
-        {{126, "1", shiftKey}, " path 3 process 3"}, {{36, "\r", shiftKey}, " path 3 process 3!"},
-        {{0, "", commandKey}, " path 3 process 3!"}, {{0, "5", commandKey}, " path 3 process 3!"},
-        {{0, "\xc3\xb3", commandKey}, " path 3 process 3!"},
-        {{53, "\x1b", commandKey}, " path 3 process 3!"},
-        {{123, "\xef\x9c\x82", commandKey}, " path 3 process 3!"}};
+    const std::pair<KeyEvent, const char*> others[] = {{{123, "", shiftKey}, " path 4 process 2"},
+        {{124, "", shiftKey}, " path 3 process 2"}, {{125, "", shiftKey}, " path 3 process 3"},
+        {{126, "1", shiftKey}, " path 3 process 2"}, {{36, "\r", shiftKey}, " path 3 process 2!"},
+        {{0, "", commandKey}, " path 3 process 2!"}, {{0, "5", commandKey}, " path 3 process 2!"},
+        {{0, "\xc3\xb3", commandKey}, " path 3 process 2!"},
+        {{53, "\x1b", commandKey}, " path 3 process 2!"},
+        {{123, "\xef\x9c\x82", commandKey}, " path 3 process 2!"}};
     for (const auto& [key, chosen] : others) {
         const std::string shaped = advanced.press(key);
         EXPECT_EQ(shaped, std::string("2") + chosen)
@@ -66,12 +65,11 @@ TEST(Keyboard, DecidesUnlessTheTouchBarMust)
     for (const auto& [key, decision] : rows) {
         EXPECT_EQ(KeyboardFixture(true).press(key), decision);
         EXPECT_EQ(KeyboardFixture(false, 2).press(key), decision); // one alone stands for yes
-        EXPECT_EQ(KeyboardFixture(true, 1).press(key), "1 path 3 process 3!");
+        EXPECT_EQ(KeyboardFixture(true, 1).press(key), "1 path 3 process 2!");
         KeyboardFixture touchBarOnly(false, 1);
         EXPECT_EQ(touchBarOnly.press(key), "1!");
-        const PromptFrame& frame = touchBarOnly.frame();
-        EXPECT_TRUE(frame.allowButton.hidden() && frame.denyButton.hidden()
-            && !frame.touchBarLabel.hidden());
+        const PromptView view = touchBarOnly.shown->view();
+        EXPECT_TRUE(view.allow.hidden && view.deny.hidden && !view.touchBarLabel.empty());
     }
 }
 
@@ -80,11 +78,11 @@ TEST(Keyboard, CommandHighlightsAllowAndGivesNobodyMoreRights)
     for (const bool advanced : {true, false}) {
         KeyboardFixture fixture(advanced);
         for (const std::uint32_t flags : {shiftKey, commandKey | shiftKey, shiftKey, commandKey}) {
-            fixture.frame().window.flagsChanged({flags});
-            EXPECT_EQ(fixture.frame().allowButton.highlighted(), (flags & commandKey) != 0);
+            fixture.shown->flagsChanged({flags});
+            EXPECT_EQ(fixture.shown->view().allow.highlighted, (flags & commandKey) != 0);
         }
         fixture.forbidRules();
-        EXPECT_EQ(fixture.press({0, "f", commandKey}), advanced ? "1 path 3 process 3" : "1");
+        EXPECT_EQ(fixture.press({0, "f", commandKey}), advanced ? "1 path 3 process 2" : "1");
     }
 }
 
@@ -98,10 +96,10 @@ TEST(Keyboard, KeysOfAClosedPromptDoNotReachTheNext)
             fixture.present(queryFor("/srv/x"));
         for (const KeyEvent& key : {KeyEvent{0, "1", commandKey}, {0, "\r", commandKey},
                  {123, "", shiftKey}, {125, "", shiftKey}, {53, "", shiftKey}})
-            closed->frame().window.keyDown(key);
-        closed->frame().window.flagsChanged({commandKey});
+            closed->keyDown(key);
+        closed->flagsChanged({commandKey});
     }
-    EXPECT_EQ(fixture.press({0, "q", commandKey}), "1 path 2 process 2");
+    EXPECT_EQ(fixture.press({0, "q", commandKey}), "1 path 2 process 1");
 }
 
 TEST(SyntheticInput, IsDroppedAndTold)
@@ -117,16 +115,14 @@ TEST(SyntheticInput, IsDroppedAndTold)
         fixture.writePreferences({{"ui.prompts.remote", remote}});
         fixture.host.accounts.facts.with([](auto& facts) { facts.accounts["_hidd"] = devices; });
         const bool taken = refused == "nobody";
-        EXPECT_EQ(fixture.frame().allowButton.mouseDown({source}), taken);
-        EXPECT_EQ(fixture.frame().denyButton.mouseDown({source}), taken);
-        EXPECT_EQ(fixture.press({53, "\x1b", 0, source}), taken ? "deny" : "1 path 3 process 3");
+        EXPECT_EQ(fixture.shown->refusesMouse(source), !taken);
+        EXPECT_EQ(fixture.press({53, "\x1b", 0, source}), taken ? "deny" : "1 path 3 process 2");
         Lines told;
         for (const UserNotification& notification : fixture.host.notifications.delivered.get())
             told.push_back(notification.informativeText);
         const std::string ignored = "Ignored software-composed ";
         const std::string clicks = ignored + "mouse clicks from " + refused;
-        EXPECT_EQ(told,
-            taken ? Lines{} : (Lines{clicks, clicks, ignored + "keypresses from " + refused}));
+        EXPECT_EQ(told, taken ? Lines{} : (Lines{clicks, ignored + "keypresses from " + refused}));
     }
 }
 

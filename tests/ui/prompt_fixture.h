@@ -2,12 +2,11 @@
 
 #include "support/agent_fixture.h"
 #include "support/queries.h"
+#include "ui/prompt/prompt_arming.h"
 #include "ui/prompt/prompt_presenter.h"
-#include "ui/prompt/prompt_windows.h"
+#include "ui/prompt/prompt_view_model_factory.h"
 #include "ui/prompt/qm_permissions_window.h"
 #include "ui/prompt/qm_simple_permissions_window.h"
-
-#include <type_traits>
 
 namespace vossel::test {
 
@@ -17,10 +16,11 @@ using Lines = std::vector<std::string>;
 // Nothing is drawn, and nobody but the broker keeps a prompt: a click or a key may be the last
 // thing that it sees.
 struct PromptFixture : AgentFixture, PromptPresenter {
-    QMPermissionsWindow* advanced = nullptr; // that is open
+    ShownPrompt* shown = nullptr; // that is open
+    QMPermissionsWindow* advanced = nullptr; // the same by its kind
     QMSimplePermissionsWindow* simple = nullptr;
     Lines calls;
-    PromptWindows windows{{host.host, directories, broker, *this}};
+    PromptViewModelFactory windows{{host.host, directories, broker, *this}};
     std::shared_ptr<QueryWait> wait; // for the answer to the last query
 
     PromptFixture()
@@ -40,30 +40,24 @@ struct PromptFixture : AgentFixture, PromptPresenter {
         present(query);
         return *advanced;
     }
-    [[nodiscard]] const PromptFrame& frame() const
-    {
-        return simple ? simple->frame() : advanced->frame();
-    }
     [[nodiscard]] std::string icon() const
     {
-        return std::filesystem::path(frame().applicationIconImageView.image().path).filename();
+        return std::filesystem::path(shown->view().icon.path).filename();
     }
     void forbidRules() { std::filesystem::remove_all(directories.sharedData()); }
     [[nodiscard]] std::string pathOfRules() const { return directories.sharedData() + "x"; }
 
-    void promptOpened(QMPermissionsWindow& p) override { note("opened", advanced, &p); }
-    void promptOpened(QMSimplePermissionsWindow& p) override { note("opened", simple, &p); }
-    void promptChanged(QMPermissionsWindow& p) override { note("changed", advanced, &p); }
-    void promptChanged(QMSimplePermissionsWindow& p) override { note("changed", simple, &p); }
-    void promptClosed(QMPermissionsWindow&) override { note("closed", advanced, nullptr); }
-    void promptClosed(QMSimplePermissionsWindow&) override { note("closed", simple, nullptr); }
+    void promptOpened(ShownPrompt& prompt) override { note("opened", &prompt); }
+    void promptChanged(ShownPrompt& prompt) override { note("changed", &prompt); }
+    void promptClosed(ShownPrompt&) override { note("closed", nullptr); }
 
 private:
-    template <class Prompt>
-    void note(const char* call, Prompt*& place, std::type_identity_t<Prompt*> prompt)
+    void note(const char* call, ShownPrompt* prompt)
     {
         calls.emplace_back(call);
-        place = prompt;
+        shown = prompt;
+        advanced = dynamic_cast<QMPermissionsWindow*>(prompt);
+        simple = dynamic_cast<QMSimplePermissionsWindow*>(prompt);
     }
 };
 

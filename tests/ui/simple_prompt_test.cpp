@@ -12,10 +12,10 @@ struct SimplePromptTest : testing::Test, PromptFixture {
     [[nodiscard]] std::string screen() const
     {
         const SimplePermissionsControls& controls = simple->controls();
-        std::string text = controls.applicationNameTextField.stringValue() + " | "
-            + controls.activityDescriptionTextField.stringValue() + " | "
-            + controls.informationTextField.stringValue() + " | " + icon() + " | "
-            + std::to_string(simple->selectedDuration()) + " ";
+        const PromptView view = simple->view();
+        std::string text = view.name.text + " | " + view.sentence + " | " + view.signer.sentence
+            + " | " + view.application.text + " < " + view.parent.text + " | " + view.file.text
+            + " | " + icon() + " | " + std::to_string(view.duration) + " ";
         for (const Button* button :
             {&controls.untilQuitButtonCell, &controls.untilRestartButtonCell,
                 &controls.foreverButtonCell, &controls.foreverTextLabel})
@@ -27,11 +27,13 @@ struct SimplePromptTest : testing::Test, PromptFixture {
 TEST_F(SimplePromptTest, LoadsAndFollowsTheDurationChoice)
 {
     policy_query query = queryFor("/srv/x", OPERATION_READ, "/opt/Notes", "/bin/sh");
+    query.ppid = 55;
     query.reserved1 = CODE_SIGN_VALID;
     storeText(query.reserved2, "a\tb\tAcme\nInc.");
     present(query);
     const std::string head = "Notes via sh | Notes via sh would like to access the file /srv/x |"
-                             " AcmeInc. | .VosselTemp.png | ";
+                             " Signed by AcmeInc. | /opt/Notes (100) < /bin/sh (55) | /srv/x |"
+                             " .VosselTemp.png | ";
     EXPECT_EQ(screen(), head + "1 *...");
     simple->clickedForever();
     EXPECT_EQ(screen(), head + "3 ..*.");

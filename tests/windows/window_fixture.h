@@ -4,7 +4,7 @@
 #include "platform/input_origins.h"
 #include "support/agent_fixture.h"
 #include "support/queries.h"
-#include "ui/prompt/prompt_windows.h"
+#include "ui/prompt/prompt_view_model_factory.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -56,7 +56,7 @@ struct WindowFixture : AgentFixture {
                 return QImage(":/images/program.png");
             },
             [this] { host.alertSound.play(); }}};
-    PromptWindows windows{{host.host, directories, broker, prompts}};
+    PromptViewModelFactory windows{{host.host, directories, broker, prompts}};
     std::shared_ptr<QueryWait> wait; // for the answer to the last query
     std::vector<ImageSource> images;
 

@@ -119,7 +119,7 @@ std::size_t LineCheck::checkTabs()
             break;
     }
     if (tab == std::string_view::npos)
-        return RuleFields::most;
+        return RuleFields::max;
 
     const auto begin = text_.find_last_of(" \"", tab) + 1; // npos + 1 is 0
     const auto next = std::min(text_.find_first_not_of('\t', tab), text_.size());
@@ -146,7 +146,7 @@ std::size_t LineCheck::checkTabs()
 std::size_t LineCheck::checkQuote()
 {
     if (!line_.fields.quoteOpen)
-        return RuleFields::most;
+        return RuleFields::max;
     // Every quote either opens or closes, so that it is the last one that stands open.
     const auto place = text_.rfind('"');
     const auto behind = text_.substr(place + 1);
@@ -175,7 +175,7 @@ void LineCheck::checkFields(std::size_t intact)
         return;
     }
     if (line_.statement == StatementKind::None) {
-        if (intact == RuleFields::most)
+        if (intact == RuleFields::max)
             reportField(0, FindingCode::Ignored, whyIgnored(line_.fields));
         return;
     }

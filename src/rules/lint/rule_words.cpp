@@ -43,16 +43,16 @@ bool isOneErrorFrom(std::string_view a, std::string_view b)
 template <std::size_t count>
 std::string_view likely(std::string_view word, const std::array<std::string_view, count>& words)
 {
-    constexpr std::size_t longest = 8;
-    constexpr std::size_t shortest = 4; // below that every word is near another
-    if (word.size() > longest)
+    constexpr std::size_t maxWord = 8;
+    constexpr std::size_t minKnown = 4; // below that every word is near another
+    if (word.size() > maxWord)
         return {};
     const auto lower = lowered(word);
     for (const auto known : words)
         if (lower == known)
             return known;
     for (const auto known : words)
-        if (known.size() >= shortest && isOneErrorFrom(lower, known))
+        if (known.size() >= minKnown && isOneErrorFrom(lower, known))
             return known;
     return {};
 }
@@ -106,12 +106,12 @@ std::string listed(const std::vector<std::string_view>& parts)
 
 std::string inQuotes(std::string_view text)
 {
-    constexpr std::size_t most = 40;
+    constexpr std::size_t maxCharacters = 40;
     std::size_t length = 0;
     std::size_t characters = 0;
     for (; length < text.size(); ++length) {
         const bool begins = (static_cast<unsigned char>(text[length]) & 0xC0U) != 0x80;
-        if (begins && ++characters > most)
+        if (begins && ++characters > maxCharacters)
             return '"' + std::string(text.substr(0, length)) + "…\"";
     }
     return '"' + std::string(text) + '"';

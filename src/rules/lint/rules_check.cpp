@@ -3,7 +3,6 @@
 #include "foundation/files.h"
 #include "foundation/path_text.h"
 #include "foundation/utf8.h"
-#include "rules/application_table.h"
 #include "rules/equal_rules.h"
 #include "rules/lint/checked_line.h"
 #include "rules/redundancy.h"
@@ -25,7 +24,7 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t mostBytes = std::size_t{4} << 30U; // as much as the reader takes
+constexpr std::size_t maxBytes = std::size_t{4} << 30U; // as much as the reader takes
 
 bool areEqual(const PolicyRule& a, const PolicyRule& b)
 {
@@ -49,14 +48,15 @@ public:
     void add(const CheckedLine& line)
     {
         Application application;
-        application.processName = texts_.shared(line.fields.at[3]);
+        application.processName = texts_.shared(arena_, line.fields.at[3]);
         if (line.statement == StatementKind::Watch)
-            add(watchRuleOf(line.fields, kind_, application, texts_), watchRules_, watches_, line);
+            add(watchRuleOf(line.fields, kind_, application, texts_, arena_), watchRules_, watches_,
+                line);
         if (line.statement != StatementKind::Policy)
             return;
-        application.constraint = texts_.shared(line.fields.at[6]);
-        if (add(policyRuleOf(line.fields, kind_, application, texts_), policyRules_, policies_,
-                line))
+        application.constraint = texts_.shared(arena_, line.fields.at[6]);
+        if (add(policyRuleOf(line.fields, kind_, application, texts_, arena_), policyRules_,
+                policies_, line))
             columns_.push_back(line.column);
     }
 
@@ -64,8 +64,7 @@ public:
     {
         std::vector<const PolicyRule*> rules;
         rules.reserve(policies_.size());
-        for (const auto& rule : policies_)
-            rules.push_back(rule.get());
+        rules.assign(policies_.begin(), policies_.end());
         const auto covering = coveringRules(rules);
         for (std::size_t i = 0; i < rules.size(); ++i) {
             if (!covering[i])
@@ -87,20 +86,20 @@ private:
 
     // Whether it is new, and kept.
     template <class RuleType>
-    bool add(std::unique_ptr<RuleType> rule, EqualRules<RuleType>& distinct,
-        std::vector<std::unique_ptr<RuleType>>& kept, const CheckedLine& line)
+    bool add(RuleType& rule, EqualRules<RuleType>& distinct, std::vector<RuleType*>& kept,
+        const CheckedLine& line)
     {
-        rule->setSequence(static_cast<std::int64_t>(line.number));
-        const auto hash = ruleHash(*rule);
-        const auto* first = distinct.find(
-            hash, [&rule](const RuleType& other) { return areEqual(other, *rule); });
+        rule.setSequence(static_cast<std::int64_t>(line.number));
+        const auto hash = ruleHash(rule);
+        const auto* first
+            = distinct.find(hash, [&rule](const RuleType& other) { return areEqual(other, rule); });
         if (!first) {
-            distinct.insert(hash, *rule);
-            kept.push_back(std::move(rule));
+            distinct.insert(hash, rule);
+            kept.push_back(&rule);
             return true;
         }
         std::string message = "the same rule stands further up";
-        if (first->tag() != rule->tag())
+        if (first->tag() != rule.tag())
             message += " (with another tag, which makes no difference)";
         message += "; this one is dropped when the file is read";
         findings_.push_back(
@@ -110,9 +109,10 @@ private:
 
     const RulesKind& kind_;
     std::vector<Finding>& findings_;
+    Arena arena_;
     TextPool texts_;
-    std::vector<std::unique_ptr<PolicyRule>> policies_;
-    std::vector<std::unique_ptr<WatchRule>> watches_;
+    std::vector<PolicyRule*> policies_;
+    std::vector<WatchRule*> watches_;
     std::vector<std::size_t> columns_; // of the policy rules
     EqualRules<PolicyRule> policyRules_;
     EqualRules<WatchRule> watchRules_;
@@ -209,7 +209,7 @@ Result<CheckedFile> checkRulesFile(const std::string& path, bool system)
     std::error_code ignored;
     if (std::filesystem::is_other(path, ignored))
         return Failure{path + " is a pipe or a device; rules are read from regular files only"};
-    const auto content = readDescriptor(file.fd.get(), mostBytes, path);
+    const auto content = readDescriptor(file.fd.get(), maxBytes, path);
     if (!content)
         return Failure{content.reason()};
     return CheckedFile{checkRules(*content, {system, system && isNamedLikeMainSystemRules(path)}),

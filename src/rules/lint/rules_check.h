@@ -13,7 +13,8 @@
 namespace vossel {
 
 // What looks wrong in a rules file, though reading it never fails: lines that say nothing or
-// something else than their writer meant.
+// something else than their writer meant. The check owns its findings alone; it must not change
+// what it reads, nor take part in how rules are read or decide.
 enum class FindingCode : std::uint8_t {
     Ignored,
     UnterminatedQuote,

@@ -72,7 +72,7 @@ public:
     bool findsWithTag(const Rule& rule) { return finds(rule) || search_.foundIn(rule.tag()); }
 
 private:
-    bool findsProcess(const SharedText& name)
+    bool findsProcess(const RuleText& name)
     {
         if (!known_ || name.identity() != lastProcess_) {
             known_ = true;
@@ -202,10 +202,10 @@ void DerivedLists::listAll(std::vector<const PolicyRule*> rules) const
     auto& [groups, policyRules, all, userOnly] = lists_;
     policyRules = std::move(rules);
     all.reserve(watchRules_.size() + policyRules.size());
-    for (const auto& rule : watchRules_) {
-        all.push_back(rule.get());
+    for (const auto* rule : watchRules_) {
+        all.push_back(rule);
         if (!rule->system())
-            userOnly.push_back(rule.get());
+            userOnly.push_back(rule);
     }
     all.insert(all.end(), policyRules.begin(), policyRules.end());
     if (!groups_.mayHoldSystemRules()) {
@@ -227,7 +227,7 @@ void DerivedLists::listPassing(const std::vector<const PolicyRule*>& rules) cons
         if (!rule.system())
             lists_.compositeIndexUserOnly.push_back(&rule);
     };
-    for (const auto& rule : watchRules_)
+    for (const auto* rule : watchRules_)
         if (filter.finds(*rule))
             append(*rule);
     for (std::size_t i = 0; i < rules.size(); ++i) {

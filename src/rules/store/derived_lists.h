@@ -35,8 +35,8 @@ struct SortDescriptor {
 };
 
 // What a rule table shows of a store's rules: those that pass the filter, sorted. Watch rules come
-// first, then the policy rules group by group. Computed when they are read after a change; counts
-// follow single changes without that. The lists hold what the store owns. One thread.
+// first, then the policy rules group by group. The lists are computed when they are read after a
+// change; counts follow single changes without that. Owns the lists, never the rules. One thread.
 class DerivedLists {
 public:
     DerivedLists(const RuleGroups& groups, const WatchRules& watchRules)

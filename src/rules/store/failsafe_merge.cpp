@@ -32,8 +32,9 @@ std::size_t firstOf(const Index& index, std::string_view key)
 
 }
 
-FailsafeMerge::FailsafeMerge(RuleGroup& group)
+FailsafeMerge::FailsafeMerge(RuleGroup& group, Arena& arena)
     : group_(group)
+    , arena_(arena)
 {
     for (std::size_t place = 0; place < group.rules.size(); ++place)
         enter(place);
@@ -50,7 +51,7 @@ bool FailsafeMerge::absorbs(const PolicyRule& rule)
     const auto beside = firstBeside(folder, rule.path());
     if (beside < std::min(equal, covering)) {
         remove(beside);
-        group_.rules[beside]->setPath(folder);
+        group_.rules[beside]->setPath({arena_, folder});
         enter(beside);
         return true;
     }
@@ -70,9 +71,9 @@ std::size_t FailsafeMerge::firstBeside(const std::string& folder, std::string_vi
     return nowhere;
 }
 
-void FailsafeMerge::append(std::unique_ptr<PolicyRule> rule)
+void FailsafeMerge::append(PolicyRule& rule)
 {
-    group_.rules.push_back(std::move(rule));
+    group_.rules.push_back(&rule);
     enter(group_.rules.size() - 1);
 }
 

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <functional>
-#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
@@ -26,12 +25,13 @@ namespace vossel {
 // changed by others meanwhile.
 class FailsafeMerge {
 public:
-    explicit FailsafeMerge(RuleGroup& group);
+    // The texts of merged rules lie in the arena.
+    FailsafeMerge(RuleGroup& group, Arena& arena);
 
     // Whether the group covers the new rule, after merging.
     [[nodiscard]] bool absorbs(const PolicyRule& rule);
     // For a rule that was not absorbed.
-    void append(std::unique_ptr<PolicyRule> rule);
+    void append(PolicyRule& rule);
 
 private:
     // The places of rules in the group, in their order.
@@ -44,6 +44,7 @@ private:
     [[nodiscard]] std::size_t firstBeside(const std::string& folder, std::string_view path) const;
 
     RuleGroup& group_;
+    Arena& arena_;
     Index byRule_; // by all that makes rules equal
     Index byPath_;
     Index firstOfPaths_; // by folder: of the rules with the same path the first

@@ -11,7 +11,7 @@ namespace vossel {
 namespace {
 
 // Paths are seldom longer, and the rest of a longer one is not far.
-constexpr std::size_t mostOfPath = 96;
+constexpr std::size_t usualPathSize = 96;
 
 }
 
@@ -21,7 +21,7 @@ void expectAfter(const std::vector<const PolicyRule*>& rules, std::size_t place)
     if (place + 2 * lookAhead < rules.size())
         prefetch(rules[place + 2 * lookAhead], sizeof(PolicyRule));
     if (place + lookAhead < rules.size())
-        prefetch(rules[place + lookAhead]->path().data(), mostOfPath);
+        prefetch(rules[place + lookAhead]->path().data(), usualPathSize);
 }
 
 RuleGroup& RuleGroups::groupFor(std::string identity)
@@ -63,8 +63,7 @@ std::vector<const PolicyRule*> RuleGroups::rules() const
     std::vector<const PolicyRule*> rules;
     rules.reserve(count);
     for (const auto* group : sorted())
-        for (const auto& rule : group->rules)
-            rules.push_back(rule.get());
+        rules.insert(rules.end(), group->rules.begin(), group->rules.end());
     return rules;
 }
 

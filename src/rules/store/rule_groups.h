@@ -11,9 +11,9 @@
 
 namespace vossel {
 
-// The policy rules of one application, in the order of adding.
+// The policy rules of one application, in the order of adding. They lie in the store's arena.
 struct RuleGroup {
-    std::vector<std::unique_ptr<PolicyRule>> rules;
+    std::vector<PolicyRule*> rules;
     bool mayHoldSystemRules = false; // false: one need not look
     std::string identity;
     std::string folded; // the identity without case, by which groups are sorted
@@ -23,8 +23,8 @@ struct RuleGroup {
 // and for the path of one that is there by now. A million rules lie scattered in memory.
 void expectAfter(const std::vector<const PolicyRule*>& rules, std::size_t place);
 
-// Policy rules by application (applicationGroupIdentityForRule). Owns them; a group stays where it
-// is until everything is cleared. One thread.
+// Policy rules by application (applicationGroupIdentityForRule). Owns the groups; a group
+// stays where it is until everything is cleared. One thread.
 class RuleGroups {
 public:
     // Created, empty, where there is none.

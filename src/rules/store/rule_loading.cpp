@@ -96,18 +96,18 @@ void RuleLoading::wait(const Cut& line, const RulesKind& kind)
         options_.push_back({filterOptionOf(line.fields), numbered_});
         return;
     }
-    auto& application = applications_.find(line.application);
+    auto& application = applications_.find(line.application, fresh_);
     const auto sequence = ruleSequence_ + numbered_++;
     if (line.kind == StatementKind::Watch) {
-        auto rule = watchRuleOf(line.fields, kind, application, tags_);
-        rule->setSequence(sequence);
-        const auto hash = ruleHash(*rule, line.application.hash);
-        watches_.push_back({std::move(rule), hash, std::string(line.fields.at[4])});
+        auto& rule = watchRuleOf(line.fields, kind, application, tags_, fresh_);
+        rule.setSequence(sequence);
+        const auto hash = ruleHash(rule, line.application.hash);
+        watches_.push_back({&rule, hash, std::string(line.fields.at[4])});
     } else {
-        auto rule = policyRuleOf(line.fields, kind, application, tags_);
-        rule->setSequence(sequence);
-        const auto hash = ruleHash(*rule, line.application.hash);
-        policies_.append({std::move(rule), hash, &application});
+        auto& rule = policyRuleOf(line.fields, kind, application, tags_, fresh_);
+        rule.setSequence(sequence);
+        const auto hash = ruleHash(rule, line.application.hash);
+        policies_.append({{&rule, hash}, &application});
         ++application.waiting;
     }
 }
@@ -117,7 +117,7 @@ void RuleLoading::wait(const Cut& line, const RulesKind& kind)
 struct RuleLoading::Buckets {
     std::vector<RuleGroup*> groups;
     std::vector<std::size_t> ends; // of each group's rules
-    std::vector<WaitingPolicy*> rules; // group by group
+    std::vector<HashedPolicy> rules; // group by group
 };
 
 void RuleLoading::commit(bool failsafe, std::vector<FilterOption>& options)
@@ -130,10 +130,20 @@ void RuleLoading::commit(bool failsafe, std::vector<FilterOption>& options)
     commitWatchRules();
     commitPolicyRules(buckets, failsafe);
     ruleSequence_ += numbered_;
-    discard();
+    arena_.absorb(std::move(fresh_));
+    forgetWaiting();
 }
 
 void RuleLoading::discard()
+{
+    forgetWaiting();
+    // Their texts may lie in what goes now.
+    applications_.clear();
+    tags_.clear();
+    fresh_ = {};
+}
+
+void RuleLoading::forgetWaiting()
 {
     readsSystemRules_ = false;
     for (std::size_t i = 0; i < applications_.size(); ++i)
@@ -160,7 +170,7 @@ void RuleLoading::logWaiting(const Buckets& buckets) const
             ++watch;
         } else {
             const auto& waiting = policies_[policy++];
-            logRule(*waiting.rule, *buckets.groups[waiting.application->bucket]);
+            logRule(*waiting.policy.rule, *buckets.groups[waiting.application->bucket]);
         }
     }
 }
@@ -171,15 +181,15 @@ void RuleLoading::commitWatchRules()
         return;
     EqualRules<WatchRule> known;
     known.reset(watchRules_.size() + watches_.size());
-    for (const auto& rule : watchRules_)
+    for (const auto* rule : watchRules_)
         known.insert(ruleHash(*rule), *rule);
-    for (auto& waiting : watches_) {
-        auto& rule = waiting.rule;
+    for (const auto& waiting : watches_) {
+        const auto* rule = waiting.rule;
         if (known.find(waiting.hash,
-                [&rule](const WatchRule& other) { return other.isEqualToWatchRule(*rule); }))
+                [rule](const WatchRule& other) { return other.isEqualToWatchRule(*rule); }))
             continue;
         known.insert(waiting.hash, *rule);
-        watchRules_.push_back(std::move(rule));
+        watchRules_.push_back(rule);
     }
 }
 
@@ -207,8 +217,10 @@ RuleLoading::Buckets RuleLoading::bucketsByGroup()
     std::vector<std::size_t> next(counts.size());
     std::exclusive_scan(counts.begin(), counts.end(), next.begin(), std::size_t{0});
     buckets.rules.resize(policies_.size());
-    for (std::size_t i = 0; i < policies_.size(); ++i)
-        buckets.rules[next[policies_[i].application->bucket]++] = &policies_[i];
+    for (std::size_t i = 0; i < policies_.size(); ++i) {
+        const auto& waiting = policies_[i];
+        buckets.rules[next[waiting.application->bucket]++] = waiting.policy;
+    }
     buckets.ends = std::move(next);
     return buckets;
 }
@@ -226,40 +238,36 @@ void RuleLoading::commitPolicyRules(const Buckets& buckets, bool failsafe)
     }
 }
 
-void RuleLoading::addDistinct(RuleGroup& group, WaitingPlace first, WaitingPlace last)
+void RuleLoading::addDistinct(RuleGroup& group, Place first, Place last)
 {
-    const auto most = group.rules.size() + static_cast<std::size_t>(last - first);
-    known_.reset(most);
-    for (const auto& rule : group.rules)
+    const auto maxRules = group.rules.size() + static_cast<std::size_t>(last - first);
+    known_.reset(maxRules);
+    for (const auto* rule : group.rules)
         known_.insert(ruleHash(*rule), *rule);
-    group.rules.reserve(most);
+    group.rules.reserve(maxRules);
     for (; first != last; ++first) {
         expectComparison(first, last);
-        const auto hash = (*first)->hash;
-        auto& rule = (*first)->rule;
-        if (known_.find(hash,
-                [&rule](const PolicyRule& other) { return other.isEqualToPolicyRule(*rule); }))
+        auto* rule = first->rule;
+        if (known_.find(first->hash,
+                [rule](const PolicyRule& other) { return other.isEqualToPolicyRule(*rule); }))
             continue;
-        known_.insert(hash, *rule);
-        group.rules.push_back(std::move(rule));
+        known_.insert(first->hash, *rule);
+        group.rules.push_back(rule);
     }
 }
 
-// Asks for what soon will be compared: in three steps, each of which reads what the one before
-// asked for.
-void RuleLoading::expectComparison(WaitingPlace place, WaitingPlace last) const
+// Asks for rules that will soon be compared, and then for their paths.
+void RuleLoading::expectComparison(Place place, Place last) const
 {
-    if (last - place > 3 * lookAhead)
-        prefetch(place[3 * lookAhead], sizeof(WaitingPolicy));
     if (last - place > 2 * lookAhead) {
-        const auto& waiting = *place[2 * lookAhead];
+        const auto& waiting = place[2 * lookAhead];
         if (const auto* equal = known_.likely(waiting.hash)) {
             prefetch(equal, sizeof *equal);
-            prefetch(waiting.rule.get(), sizeof *equal);
+            prefetch(waiting.rule, sizeof *equal);
         }
     }
     if (last - place > lookAhead) {
-        const auto& waiting = *place[lookAhead];
+        const auto& waiting = place[lookAhead];
         if (const auto* equal = known_.likely(waiting.hash)) {
             prefetch(equal->path().data());
             prefetch(waiting.rule->path().data());
@@ -267,12 +275,12 @@ void RuleLoading::expectComparison(WaitingPlace place, WaitingPlace last) const
     }
 }
 
-void RuleLoading::addMerging(RuleGroup& group, WaitingPlace first, WaitingPlace last)
+void RuleLoading::addMerging(RuleGroup& group, Place first, Place last)
 {
-    FailsafeMerge merge(group);
+    FailsafeMerge merge(group, fresh_);
     for (; first != last; ++first)
-        if (auto& rule = (*first)->rule; !merge.absorbs(*rule))
-            merge.append(std::move(rule));
+        if (!merge.absorbs(*first->rule))
+            merge.append(*first->rule);
 }
 
 }

@@ -1,15 +1,14 @@
 #pragma once
 
-#include "rules/application_table.h"
 #include "rules/equal_rules.h"
 #include "rules/rule_statement.h"
-#include "rules/stable_list.h"
+#include "rules/store/application_table.h"
 #include "rules/store/rule_groups.h"
+#include "rules/store/stable_list.h"
 #include "rules/text_pool.h"
 #include "rules/watch_rule.h"
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,12 +16,15 @@
 namespace vossel {
 
 // Takes the rules of one or more files into a store: numbers them, shares their texts, drops what
-// is there already. Holds what makes that linear, and is thrown away after the last file. Nobody
-// else changes the rules meanwhile. One thread.
+// is there already. Owns what was read of a file until it is known whether the file counts; never
+// opens a file itself. It is destroyed after the last file, and nobody else changes the store's
+// rules before that. One thread.
 class RuleLoading {
 public:
-    RuleLoading(RuleGroups& groups, WatchRules& watchRules, std::int64_t& ruleSequence)
-        : groups_(groups)
+    RuleLoading(
+        Arena& arena, RuleGroups& groups, WatchRules& watchRules, std::int64_t& ruleSequence)
+        : arena_(arena)
+        , groups_(groups)
         , watchRules_(watchRules)
         , ruleSequence_(ruleSequence)
     {
@@ -36,19 +38,22 @@ public:
     void discard();
 
 private:
-    // A line that says something.
+    // A line that is a statement, in fields.
     struct Cut {
         RuleFields fields;
         StatementKind kind = StatementKind::None;
         ApplicationTable::Wanted application;
     };
+    struct HashedPolicy {
+        PolicyRule* rule;
+        std::uint64_t hash;
+    };
     struct WaitingPolicy {
-        std::unique_ptr<PolicyRule> rule;
-        std::uint64_t hash = 0;
-        Application* application = nullptr;
+        HashedPolicy policy;
+        LoadedApplication* application;
     };
     struct WaitingWatch {
-        std::unique_ptr<WatchRule> rule;
+        WatchRule* rule = nullptr;
         std::uint64_t hash = 0;
         std::string operationsAsWritten;
     };
@@ -61,20 +66,23 @@ private:
     static bool cut(std::string_view line, const RulesKind& kind, Cut& into);
     void expect(Cut* first, Cut* last) const;
     void wait(const Cut& line, const RulesKind& kind);
+    void forgetWaiting();
     struct Buckets;
     [[nodiscard]] Buckets bucketsByGroup();
     void logWaiting(const Buckets& buckets) const;
     void commitWatchRules();
     void commitPolicyRules(const Buckets& buckets, bool failsafe);
-    using WaitingPlace = WaitingPolicy* const*;
-    void addDistinct(RuleGroup& group, WaitingPlace first, WaitingPlace last);
-    void expectComparison(WaitingPlace place, WaitingPlace last) const;
-    static void addMerging(RuleGroup& group, WaitingPlace first, WaitingPlace last);
+    using Place = const HashedPolicy*;
+    void addDistinct(RuleGroup& group, Place first, Place last);
+    void expectComparison(Place place, Place last) const;
+    void addMerging(RuleGroup& group, Place first, Place last);
 
+    Arena& arena_;
     RuleGroups& groups_;
     WatchRules& watchRules_;
     std::int64_t& ruleSequence_;
 
+    Arena fresh_; // rules and texts of the file that is being read
     StableList<WaitingPolicy, 1024> policies_;
     std::vector<WaitingWatch> watches_;
     std::vector<WaitingOption> options_;

@@ -52,13 +52,14 @@ void RuleManager::reloadCurrentUserConfiguration()
     policyRulesByApplication_.clear();
     watchRules_.clear();
     filterOptions_.clear();
+    arena_ = {};
     loadCurrentUserConfiguration();
 }
 
 void RuleManager::loadCurrentUserConfiguration()
 {
     const auto& directories = files_.directories;
-    RuleLoading loading(policyRulesByApplication_, watchRules_, ruleSequence_);
+    RuleLoading loading(arena_, policyRulesByApplication_, watchRules_, ruleSequence_);
     // What cannot be read is left out; its message stays until the next file is read.
     read(directories.userRules(files_.user), false, loading);
     loadOptions();
@@ -81,7 +82,7 @@ void RuleManager::loadCurrentUserConfiguration()
 bool RuleManager::addFileContents(const std::string& path, bool shouldLabelAsSystemRules)
 {
     lists_.keepForNow();
-    RuleLoading loading(policyRulesByApplication_, watchRules_, ruleSequence_);
+    RuleLoading loading(arena_, policyRulesByApplication_, watchRules_, ruleSequence_);
     return read(path, shouldLabelAsSystemRules, loading);
 }
 
@@ -160,10 +161,18 @@ bool RuleManager::writeToCurrentUserConfiguration()
     return writeToFile(files_.directories.userRules(files_.user));
 }
 
+template <class RuleType>
+RuleType& RuleManager::keptCopyOf(const RuleType& rule)
+{
+    auto& copy = arena_.make<RuleType>(rule);
+    copy.moveTextsTo(arena_);
+    return copy;
+}
+
 bool RuleManager::addPolicyRule(const PolicyRule& rule)
 {
     auto& group = policyRulesByApplication_.groupFor(applicationGroupIdentityForRule(rule));
-    group.rules.push_back(std::make_unique<PolicyRule>(rule));
+    group.rules.push_back(&keptCopyOf(rule));
     group.mayHoldSystemRules |= rule.system();
     lists_.invalidateFor(*group.rules.back(), 1);
     return true;
@@ -171,7 +180,7 @@ bool RuleManager::addPolicyRule(const PolicyRule& rule)
 
 bool RuleManager::addWatchRule(const WatchRule& rule)
 {
-    watchRules_.push_back(std::make_unique<WatchRule>(rule));
+    watchRules_.push_back(&keptCopyOf(rule));
     lists_.invalidateFor(*watchRules_.back(), 1);
     return true;
 }
@@ -212,8 +221,8 @@ const PolicyRule* RuleManager::ruleCovering(const PolicyRule& rule)
     if (!group)
         return nullptr;
     const auto found = std::find_if(group->rules.begin(), group->rules.end(),
-        [&rule](const auto& other) { return other.get() != &rule && covers(*other, rule); });
-    return found == group->rules.end() ? nullptr : found->get();
+        [&rule](const auto& other) { return other != &rule && covers(*other, rule); });
+    return found == group->rules.end() ? nullptr : *found;
 }
 
 void RuleManager::loadOptions()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/arena.h"
 #include "rules/application_identity.h"
 #include "rules/filter_option.h"
 #include "rules/redundancy.h"
@@ -29,12 +30,11 @@ struct RuleFiles {
     std::string failsafe = directories.failsafeRules(); // the file whose rules are merged
 };
 
-// The rule store: reads rules files, groups policy rules by application, drops what it holds
-// already, lists, filters and sorts, writes the user's rules back, and holds the options.
-//
-// It owns its rules and hands them out to be looked at until the next change. Without a lock: every
-// operation of one store comes from one thread at a time; only sharedManager may be called first
-// from any thread.
+// The rule store. It owns a user's rules, the options and what a table shows of both, reads rules
+// files and writes the user's own back; rules are handed out to be looked at until the next change.
+// It must not decide what a rule means for an access, and knows neither driver nor prompts. Without
+// a lock: every operation of one store comes from one thread at a time; only sharedManager may be
+// called first from any thread.
 class RuleManager {
 public:
     // The store of this process's user; `files` counts at the first call.
@@ -133,7 +133,11 @@ private:
     bool read(const std::string& path, bool shouldLabelAsSystemRules, RuleLoading& loading);
     [[nodiscard]] RulesKind kindOf(const std::string& path, bool shouldLabelAsSystemRules) const;
 
+    template <class RuleType>
+    [[nodiscard]] RuleType& keptCopyOf(const RuleType& rule);
+
     RuleFiles files_;
+    Arena arena_; // all rules, also deleted ones until everything is read anew
     RuleGroups policyRulesByApplication_;
     WatchRules watchRules_;
     std::vector<FilterOption> filterOptions_;

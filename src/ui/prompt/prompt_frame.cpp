@@ -3,6 +3,7 @@
 #include "platform/host.h"
 #include "platform/window_system.h"
 #include "prompting/permissions_manager.h"
+#include "prompting/query_wait.h"
 #include "settings/directories.h"
 #include "settings/preferences.h"
 #include "user/authentication.h"
@@ -30,6 +31,7 @@ PromptFrame::PromptFrame(const PromptContext& context, const Rect& windowFrame)
 void PromptFrame::open(std::function<void()> tell)
 {
     phase_ = Phase::Open;
+    wait_ = context_.manager.shownWait();
     changes.start(std::move(tell));
 }
 
@@ -40,6 +42,25 @@ bool PromptFrame::close()
     changes.silence();
     closeWindow();
     return true;
+}
+
+PromptCountdown PromptFrame::countdown() const
+{
+    return {context_.host.clock, wait_ ? wait_->deadline() : Clock::Instant::max()};
+}
+
+PromptView PromptFrame::view() const
+{
+    PromptView view;
+    view.icon = applicationIconImageView.image();
+    view.allow = allowButton.state();
+    view.deny = denyButton.state();
+    view.touchBarOnly = requireTouchBar;
+    if (!touchBarLabel.hidden())
+        view.touchBarLabel = touchBarLabel.stringValue();
+    view.tip = window.state().tip;
+    view.level = window.state().level;
+    return view;
 }
 
 void PromptFrame::readPreferences()

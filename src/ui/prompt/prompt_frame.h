@@ -4,15 +4,20 @@
 #include "ui/controls/text_field.h"
 #include "ui/prompt/prompt_changes.h"
 #include "ui/prompt/prompt_context.h"
+#include "ui/prompt/prompt_countdown.h"
+#include "ui/prompt/prompt_view.h"
 #include "ui/prompt/qm_borderless_panel.h"
 #include "ui/prompt/qm_button.h"
 #include "wire/driver_messages.h"
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string_view>
 
 namespace vossel {
+
+class QueryWait;
 
 // What both prompts have in common: the window and how it keeps and gives up the screen, Allow and
 // Deny, the preferences on how to answer, the proof of being an administrator. Main thread only.
@@ -34,6 +39,12 @@ public:
     void open(std::function<void()> tell);
     // Gives the screen back. False unless the prompt was open.
     bool close();
+
+    // The wait that this prompt answers; null before open().
+    [[nodiscard]] const std::shared_ptr<QueryWait>& wait() const { return wait_; }
+    [[nodiscard]] PromptCountdown countdown() const;
+    // What both prompts show alike.
+    [[nodiscard]] PromptView view() const;
 
     // Steps of loading.
     void readPreferences();
@@ -67,6 +78,7 @@ private:
 
     PromptContext context_;
     Phase phase_ = Phase::New;
+    std::shared_ptr<QueryWait> wait_;
     bool requireAuthentication_ = false;
     bool authenticating_ = false;
 };

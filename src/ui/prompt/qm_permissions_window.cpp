@@ -226,14 +226,23 @@ PromptTouchBar::Parts QMPermissionsWindow::initTouchBarItems()
     return parts;
 }
 
-void QMPermissionsWindow::moveWindow(const Rect& frame)
+void QMPermissionsWindow::moveWindow(const Rect& onScreen)
 {
-    frame_.window.update([&](WindowState& state) { state.frame = frame; });
+    frame_.window.update([&](WindowState& state) { state.frame = onScreen; });
 }
 
-void QMPermissionsWindow::moveField(TextField PermissionsControls::*field, const Rect& frame)
+void QMPermissionsWindow::moveField(Field field, const Rect& inWindow)
 {
-    (controls_.*field).setFrame(frame);
+    switch (field) {
+    case Field::File:
+        return controls_.filenameTextField.setFrame(inWindow);
+    case Field::Application:
+        return controls_.applicationPathTextField.setFrame(inWindow);
+    case Field::Parent:
+        return controls_.applicationParentPathTextField.setFrame(inWindow);
+    case Field::Signer:
+        return controls_.codeSignTextField.setFrame(inWindow);
+    }
 }
 
 }

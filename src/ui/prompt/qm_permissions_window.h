@@ -1,9 +1,10 @@
 #pragma once
 
-#include "prompting/prompt_windows.h"
+#include "prompting/prompt_interfaces.h"
 #include "ui/prompt/permissions_controls.h"
 #include "ui/prompt/prompt_frame.h"
 #include "ui/prompt/prompt_touch_bar.h"
+#include "ui/prompt/shown_prompt.h"
 #include "ui/prompt/tool_tip.h"
 
 #include <cstdint>
@@ -21,6 +22,7 @@ namespace vossel {
 // within a click; a click therefore keeps it alive to its end, and a click that comes or ends after
 // close() decides nothing.
 class QMPermissionsWindow final : public AdvancedPrompt,
+                                  public ShownPrompt,
                                   public std::enable_shared_from_this<QMPermissionsWindow> {
 public:
     explicit QMPermissionsWindow(const PromptContext& context);
@@ -38,7 +40,13 @@ public:
     bool selectPath(std::int64_t index);
     bool selectedProcessItem(std::int64_t index);
     bool setAllowUpdates(bool checked);
-    void mouseMoved(Point location) { tip_.mouseMoved(location); } // in the window
+
+    // What whoever shows it reads and does.
+    [[nodiscard]] PromptView view() const override;
+    [[nodiscard]] Refusal carryOut(const PromptAct& act) override;
+    void mouseMoved(Point inWindow) override { tip_.mouseMoved(inWindow); }
+    void moveWindow(const Rect& onScreen) override;
+    void moveField(Field field, const Rect& inWindow) override;
 
     // What the broker forwards.
     [[nodiscard]] bool requireTouchBar() const override { return frame_.requireTouchBar; }
@@ -53,9 +61,9 @@ public:
     [[nodiscard]] std::optional<std::string> recommendedPath() const override;
 
     // Made when first asked for; its actions are safe to call after the prompt has gone.
-    const TouchBar& touchBar() { return touchBar_.touchBar(); }
+    const TouchBar& touchBar() override { return touchBar_.touchBar(); }
     const TouchBar& makeTouchBar() { return touchBar_.makeTouchBar(); }
-    [[nodiscard]] TouchBarItem makeItemForIdentifier(std::string_view identifier) const
+    [[nodiscard]] TouchBarItem makeItemForIdentifier(std::string_view identifier) const override
     {
         return touchBar_.makeItemForIdentifier(identifier);
     }
@@ -76,11 +84,8 @@ public:
     [[nodiscard]] std::uint32_t installerPID() const { return installerPID_; }
     [[nodiscard]] std::int32_t getOperations() const;
 
-    // Whoever lays the window out says where things are, for the tooltips.
-    void moveWindow(const Rect& frame);
-    void moveField(TextField PermissionsControls::*field, const Rect& frame);
-
 private:
+    [[nodiscard]] const PromptFrame& promptFrame() const override { return frame_; }
     using Report = decltype(&QMPermissionsWindowDelegate::didClickDenyWithSelectedPath);
 
     void windowDidLoad();
@@ -110,6 +115,7 @@ private:
     PromptTouchBar touchBar_{[this] { return initTouchBarItems(); }};
 
     policy_query query_{};
+    std::string displayName_;
     std::int64_t recommendedIndex_ = -1;
     std::vector<std::string> pathArray_;
     std::int32_t alertType_ = 0;
@@ -119,8 +125,9 @@ private:
     std::uint32_t installerPID_ = 0;
     bool loaded_ = false;
 
+    std::int64_t processIndex_ = 0; // the process entry that was chosen at first
+
     // Of loading only: from one step to a later one.
-    std::int64_t processIndex_ = 0;
     std::string codeSignText_;
     std::string activityDescription_;
 };

@@ -52,6 +52,7 @@ void QMPermissionsWindow::windowDidLoad()
 
 void QMPermissionsWindow::readQuery()
 {
+    displayName_ = context_.manager.manicureDisplayPathForQuery(query_);
     const SigningText signing = context_.manager.checkCodesign(query_);
     codeSignState_ = signing.codeSignState;
     codeSignText_ = withoutLineBreaks(signing.text);

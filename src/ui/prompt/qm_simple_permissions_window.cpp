@@ -68,6 +68,8 @@ void QMSimplePermissionsWindow::close()
 void QMSimplePermissionsWindow::windowDidLoad()
 {
     frame_.readPreferences();
+    applicationText_ = applicationPathText(context_.manager, query_);
+    parentText_ = parentPathText(context_.host.processes, query_);
     const SigningText signing = context_.manager.checkCodesign(query_);
     codeSignState_ = signing.codeSignState;
     const AlertMessage alert = context_.manager.buildAlertMessage(query_);

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "prompting/prompt_windows.h"
+#include "prompting/prompt_interfaces.h"
 #include "ui/prompt/prompt_frame.h"
 #include "ui/prompt/prompt_touch_bar.h"
+#include "ui/prompt/shown_prompt.h"
 #include "ui/prompt/simple_permissions_controls.h"
 
 #include <cstdint>
@@ -16,6 +17,7 @@ namespace vossel {
 // close() as for the advanced prompt.
 class QMSimplePermissionsWindow final
     : public SimplePrompt,
+      public ShownPrompt,
       public std::enable_shared_from_this<QMSimplePermissionsWindow> {
 public:
     explicit QMSimplePermissionsWindow(const PromptContext& context);
@@ -25,6 +27,10 @@ public:
     void setDelegate(QMSimplePermissionsWindowDelegate* delegate) override { delegate_ = delegate; }
     void showWindow() override;
     void close() override;
+
+    // What whoever shows it reads and does.
+    [[nodiscard]] PromptView view() const override;
+    [[nodiscard]] Refusal carryOut(const PromptAct& act) override;
 
     void clickedAllow();
     void clickedDeny();
@@ -41,9 +47,9 @@ public:
     [[nodiscard]] std::int32_t selectedDuration() const override { return selectedTag_ + 1; }
 
     // Made when first asked for; its actions are safe to call after the prompt has gone.
-    const TouchBar& touchBar() { return touchBar_.touchBar(); }
+    const TouchBar& touchBar() override { return touchBar_.touchBar(); }
     const TouchBar& makeTouchBar() { return touchBar_.makeTouchBar(); }
-    [[nodiscard]] TouchBarItem makeItemForIdentifier(std::string_view identifier) const
+    [[nodiscard]] TouchBarItem makeItemForIdentifier(std::string_view identifier) const override
     {
         return touchBar_.makeItemForIdentifier(identifier);
     }
@@ -56,6 +62,7 @@ public:
     [[nodiscard]] std::int32_t codeSignState() const { return codeSignState_; }
 
 private:
+    [[nodiscard]] const PromptFrame& promptFrame() const override { return frame_; }
     void windowDidLoad();
     void choose(const Button& chosen);
     [[nodiscard]] PromptTouchBar::Parts initTouchBarItems();
@@ -66,6 +73,8 @@ private:
     SimplePermissionsControls controls_;
     PromptTouchBar touchBar_{[this] { return initTouchBarItems(); }};
 
+    std::string applicationText_;
+    std::string parentText_;
     std::int32_t selectedTag_ = 0;
     policy_query query_{}; // the working copy
     policy_query originalQuery_{};

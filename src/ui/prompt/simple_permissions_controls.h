@@ -2,6 +2,8 @@
 
 #include "ui/controls/button.h"
 #include "ui/controls/text_field.h"
+#include "ui/prompt/prompt_words.h"
+#include "wire/driver_messages.h"
 
 namespace vossel {
 
@@ -14,10 +16,16 @@ struct SimplePermissionsControls {
     TextField activityDescriptionTextField;
     TextField applicationNameTextField{
         TextFieldState{.fontSize = 24, .frame = {110, 205, 350, 30}}};
-    Button untilQuitButtonCell{ButtonState{.title = "Until the program quits", .tag = 0}};
-    Button untilRestartButtonCell{ButtonState{.title = "Until restart", .tag = 1}};
+    Button untilQuitButtonCell{title(DURATION_UNTIL_QUIT, 0)};
+    Button untilRestartButtonCell{title(DURATION_UNTIL_RESTART, 1)};
     Button foreverButtonCell{ButtonState{.tag = 2}};
-    Button foreverTextLabel{ButtonState{.title = "Forever"}}; // hidden with its button
+    Button foreverTextLabel{title(DURATION_FOREVER, 0)}; // hidden with its button
+
+private:
+    static ButtonState title(std::int32_t duration, std::int32_t tag)
+    {
+        return {.title = std::string(durationTitle(duration)), .tag = tag};
+    }
 };
 
 }

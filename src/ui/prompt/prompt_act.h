@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace vossel {
+
+// One thing that a person or a script does with a prompt, whatever they do it with.
+struct PromptAct {
+    enum class Kind : std::uint8_t {
+        Allow,
+        Deny,
+        Path, // number: index into PromptView::paths
+        Process, // number: index into PromptView::processes
+        Duration, // number: the code of a duration
+        Operations, // the next kind of access
+        Updates, // number: 1 to cover updates, 0 to leave them out
+        Advanced, // from the simple prompt to the advanced one
+    };
+
+    Kind kind = Kind::Deny;
+    std::int64_t number = 0;
+
+    bool operator==(const PromptAct&) const = default;
+};
+
+// Why an act cannot be done, as half a sentence; nothing has changed then. Empty for what was done.
+using Refusal = std::optional<std::string>;
+
+}
