@@ -1,19 +1,11 @@
 #include "driver/desk/held_decision.h"
 
-#include "wire/pseudo_paths.h"
-
 #include <algorithm>
 #include <utility>
 
 namespace vossel {
 
 namespace {
-
-// Rules know nothing of messages; here both meet.
-static_assert(std::int32_t{ANSWER_PATH_PREFIX} == PATH_PREFIX
-    && std::int32_t{ANSWER_PATH_EXACT} == PATH_EXACT
-    && std::int32_t{ANSWER_PATH_SUFFIX} == PATH_EXTENSION
-    && answeredDevices == packetCaptureDevices);
 
 constexpr std::int32_t everyOperation
     = OPERATION_READ | OPERATION_WRITE | OPERATION_CREATE | OPERATION_MOUNT | OPERATION_EXECUTE;
