@@ -40,9 +40,9 @@ constexpr std::int16_t middleX = 512;
 constexpr std::int16_t middleY = 330; // inside every prompt
 
 // What must hold; the program ends with status 1 where it does not.
-constexpr double longestPainting = 150'000; // us, of an agent's first prompt
-constexpr long mostIdle = 60'000; // kB
-constexpr long mostGrowth = 1'000; // kB, from the 20th prompt to the last
+constexpr double maxPainting = 150'000; // us, of an agent's first prompt
+constexpr long maxIdle = 60'000; // kB
+constexpr long maxGrowth = 1'000; // kB, from the 20th prompt to the last
 
 constexpr char preferences[]
     = R"(<?xml version="1.0"?><plist version="1.0"><dict><key>access.user.detail</key><integer>2</integer><key>ui.prompts.remote</key><integer>1</integer></dict></plist>)";
@@ -230,5 +230,5 @@ int main(int argc, char** argv)
         later / smallest);
     std::printf("resident: idle %ld kB, after 20 prompts %ld kB, after %d %ld kB\n", idle, early,
         prompts, late);
-    return first <= longestPainting && idle <= mostIdle && late - early <= mostGrowth ? 0 : 1;
+    return first <= maxPainting && idle <= maxIdle && late - early <= maxGrowth ? 0 : 1;
 }

@@ -18,7 +18,7 @@ public:
     ApplicationWindows();
     ~ApplicationWindows() override;
 
-    // Of the windows to come.
+    // The windows that open from now on have these colours.
     void setColorScheme(ColorScheme scheme) { theme_ = PromptTheme(scheme); }
 
     void firstRunOpened(QMFirstRunWindowController& window) override;

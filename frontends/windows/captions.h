@@ -6,10 +6,10 @@
 
 namespace vossel {
 
-// From the edge of a prompt to its rows.
+// The distance from the edge of a prompt to its rows.
 inline constexpr int captionMargin = 20;
 
-// What a row of a prompt is called; the layout that it is put into owns it.
+// Makes the label of a row; the layout that it is put into owns it.
 [[nodiscard]] inline QLabel* caption(const char* text, const PromptTheme& theme)
 {
     auto* label = new QLabel(text);

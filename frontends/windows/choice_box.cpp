@@ -107,7 +107,7 @@ QSize ChoiceBox::minimumSizeHint() const
     return sizeHint();
 }
 
-// As wide as the longest entry, but never beyond the screen.
+// The list is as wide as its longest entry, but never leaves the screen.
 void ChoiceBox::showPopup()
 {
     QComboBox::showPopup();
@@ -137,7 +137,7 @@ void ChoiceBox::paintEvent(QPaintEvent*)
         QPolygonF({middle + QPointF(-4, -2), middle + QPointF(0, 2.5), middle + QPointF(4, -2)}));
 }
 
-// The text, and a small sign where it is the recommended one.
+// Draws the text, and a small sign beside the recommended one.
 void ChoiceBox::paintEntry(
     QPainter& painter, const QRect& room, int entry, const QColor& ink, const QColor& sign) const
 {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int widthInLayout = 520; // points
 constexpr int margin = 24;
-constexpr int mostLines = 4;
+constexpr int maxLines = 4;
 
 }
 
@@ -30,7 +30,7 @@ FirstRunDialog::FirstRunDialog(const PromptTheme& theme, QMFirstRunWindowControl
     setWindowTitle("Vossel");
     setPalette(theme_.palette());
     title_.setBytes("Vossel is getting to know this computer");
-    text_.setMaximumLines(mostLines);
+    text_.setMaximumLines(maxLines);
     text_.setBytes(
         "Use your programs as usual. While the bar fills, Vossel notes what the computer "
         "needs to work; then it offers you the rules that come of it.");

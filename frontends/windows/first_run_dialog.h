@@ -19,7 +19,7 @@ public:
     void appear();
     // Copies the state of the view model.
     void sync();
-    // The controller is told nothing any more.
+    // Stops telling the controller anything.
     void retire();
 
 protected:

@@ -25,7 +25,7 @@ class PromptDialog;
 // application; main thread.
 class InputGuard final : public QObject {
 public:
-    // Whose clock the events' times are of.
+    // Says by which clock events are stamped.
     enum class EventTimes : std::uint8_t { OfWindowSystem, Unknown };
 
     InputGuard(InputOrigins& origins, EventTimes times, std::function<void()> sound);
@@ -34,7 +34,7 @@ public:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    // Of a key; an X server repeats a held key by a release and a press of the same time.
+    // A key was let go. An X server repeats a held key by a release and a press of the same time.
     struct Release {
         std::uint32_t detail = 0;
         InputOrigins::Time time = 0;

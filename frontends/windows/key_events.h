@@ -10,7 +10,7 @@ namespace vossel {
 // with the desktop's sign to themselves.
 
 [[nodiscard]] bool isModifierKey(const QKeyEvent& event);
-// Of a key that is none.
+// The event must not be that of a modifier key.
 [[nodiscard]] KeyEvent toKeyEvent(const QKeyEvent& event, const EventSource& source);
 [[nodiscard]] bool isArrow(const KeyEvent& event);
 

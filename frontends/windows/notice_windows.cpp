@@ -28,8 +28,8 @@ constexpr int widthInLayout = 360; // points
 constexpr int margin = 14;
 constexpr int gap = 10; // between notices and the screen's edges
 constexpr int iconSize = 32;
-constexpr int mostLines = 8;
-constexpr std::size_t mostShown = 3;
+constexpr int maxLines = 8;
+constexpr std::size_t maxShown = 3;
 
 class NoticeWindow final : public QWidget {
 public:
@@ -56,7 +56,7 @@ public:
         header->setMaximumLines(2);
         header->setBytes(notice.header);
         auto* message = new TextView(theme_, 13);
-        message->setMaximumLines(mostLines);
+        message->setMaximumLines(maxLines);
         message->setBytes(notice.message);
         auto* button = new PressButton(theme_, PressButton::Look::Plain);
         button->setText(QString::fromStdString(notice.button));
@@ -159,7 +159,7 @@ void NoticeWindows::makeRoom()
 {
     const auto oldest = std::find_if(
         shown_.begin(), shown_.end(), [](const Shown& shown) { return !shown.dismissed; });
-    if (shown_.size() >= mostShown && oldest != shown_.end())
+    if (shown_.size() >= maxShown && oldest != shown_.end())
         close(oldest->number);
 }
 

@@ -27,12 +27,12 @@ public:
     ~NoticeWindows() override;
 
     void display(const Notice& notice) override;
-    // On the main thread the event loop goes on meanwhile.
+    // Called on the main thread, it keeps the event loop going meanwhile.
     void displayAndWait(const Notice& notice) override;
 
-    // Main thread. Of the notices to come.
+    // Main thread. The notices that are shown from now on have these colours.
     void setColorScheme(ColorScheme scheme) { theme_ = PromptTheme(scheme); }
-    // Main thread: nothing is shown any more, and whoever waits goes on.
+    // Main thread. Takes all notices away; whoever waits for one goes on.
     void closeAll();
 
 private:

@@ -12,10 +12,10 @@ namespace vossel {
 namespace {
 
 constexpr int padding = 14;
-constexpr int leastHeight = 30;
-constexpr int leastWidth = 84;
+constexpr int minHeight = 30;
+constexpr int minWidth = 84;
 constexpr int imageGap = 8;
-constexpr int narrowestSegment = 60;
+constexpr int minSegmentWidth = 60;
 constexpr double radius = 6;
 
 QColor blended(const QColor& over, const QColor& under, double share)
@@ -75,13 +75,13 @@ void PressButton::setImage(const QPixmap& image)
 QSize PressButton::sizeHint() const
 {
     int width = fontMetrics().horizontalAdvance(text()) + 2 * padding;
-    int tall = std::max(leastHeight, fontMetrics().height() + 12);
+    int tall = std::max(minHeight, fontMetrics().height() + 12);
     if (!image_.isNull()) {
         const QSizeF image = image_.deviceIndependentSize();
         width += qRound(image.width()) + imageGap;
         tall = std::max(tall, qRound(image.height()) + 10);
     }
-    return {std::max(width, look_ == Look::Segment ? 0 : leastWidth), tall};
+    return {std::max(width, look_ == Look::Segment ? 0 : minWidth), tall};
 }
 
 // A row of choices may become narrow where the screen is small; what decides may not.
@@ -89,7 +89,7 @@ QSize PressButton::minimumSizeHint() const
 {
     const QSize wanted = sizeHint();
     return look_ == Look::Segment
-        ? QSize(std::min(wanted.width(), narrowestSegment), wanted.height())
+        ? QSize(std::min(wanted.width(), minSegmentWidth), wanted.height())
         : wanted;
 }
 

@@ -19,12 +19,12 @@ public:
 
     PressButton(const PromptTheme& theme, Look look, double points = 13);
 
-    // `pressedByProgram` is what a press without a mouse does; the same where it is left out.
+    // `pressedByProgram` is what a press without a mouse does; left out, it is the same act.
     void setAct(Act pressed, Act pressedByProgram = {});
-    // Filled with the colour of its look, as the one that a key would press now.
+    // A highlighted button is filled with its colour: a key would press this one now.
     void setHighlighted(bool highlighted);
     void setBezel(const QColor& color);
-    // Left of the text.
+    // The image stands left of the text.
     void setImage(const QPixmap& image);
 
     [[nodiscard]] QSize sizeHint() const override;

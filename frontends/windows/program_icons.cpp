@@ -19,10 +19,10 @@ namespace vossel {
 
 namespace {
 
-constexpr std::size_t largestPicture = 4'194'304;
-constexpr int longestSide = 1024;
+constexpr std::size_t maxPictureBytes = 4'194'304;
+constexpr int maxSide = 1024;
 constexpr int storedSide = 128;
-constexpr std::size_t mostFaces = 64;
+constexpr std::size_t maxFaces = 64;
 
 // A theme's own icon of that very name: a general one ("editor" for "editor-plus") may be another
 // program's.
@@ -54,7 +54,7 @@ QImage decoded(std::string& bytes, const char* format)
     reader.setAutoDetectImageFormat(false);
     const QSize size = reader.size();
     // Asked before anything is decoded: a small file may announce a huge picture.
-    if (size.isEmpty() || size.width() > longestSide || size.height() > longestSide)
+    if (size.isEmpty() || size.width() > maxSide || size.height() > maxSide)
         return {};
     // A drawing has no size of its own that would mean anything.
     if (qstrcmp(format, "svg") == 0)
@@ -66,8 +66,7 @@ QImage decoded(std::string& bytes, const char* format)
 QImage fitted(const QIcon& icon, QSize size, double ratio)
 {
     const QSize pixels(qRound(size.width() * ratio), qRound(size.height() * ratio));
-    if (icon.isNull() || pixels.isEmpty() || pixels.width() > longestSide
-        || pixels.height() > longestSide)
+    if (icon.isNull() || pixels.isEmpty() || pixels.width() > maxSide || pixels.height() > maxSide)
         return {};
     QImage picture = icon.pixmap(size, ratio).toImage();
     if (picture.isNull())
@@ -183,7 +182,7 @@ QIcon ProgramIcons::faceIcon(const std::string& face)
     // What is missing may be on its way: packages bring the entry before the picture.
     if (icon.isNull())
         return icon;
-    if (faces_.size() >= mostFaces) {
+    if (faces_.size() >= maxFaces) {
         faces_.clear();
         encoded_.clear();
     }
@@ -196,7 +195,7 @@ QIcon ProgramIcons::pictureAt(const std::string& path) const
     for (const char* format : {"png", "svg", "xpm"}) {
         if (!std::string_view(path).ends_with(std::string(".") + format))
             continue;
-        auto bytes = entries_.files().read(path, largestPicture);
+        auto bytes = entries_.files().read(path, maxPictureBytes);
         const QImage image = bytes ? decoded(*bytes, format) : QImage();
         return image.isNull() ? QIcon() : QIcon(QPixmap::fromImage(image));
     }
@@ -257,7 +256,7 @@ QImage ProgramIcons::load(const std::string& file)
     if (!opened.fd || ::fstat(opened.fd.get(), &facts) != 0 || !S_ISREG(facts.st_mode)
         || (facts.st_uid != ::geteuid() && facts.st_uid != 0))
         return {};
-    auto bytes = readDescriptor(opened.fd.get(), largestPicture, file);
+    auto bytes = readDescriptor(opened.fd.get(), maxPictureBytes, file);
     return bytes ? decoded(*bytes, "png") : QImage();
 }
 

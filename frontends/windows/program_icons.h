@@ -23,13 +23,15 @@ public:
     explicit ProgramIcons(const SystemRoot& root = SystemRoot(),
         const std::vector<std::string>& dataFolders = DesktopEntries::systemFolders());
 
-    // By the path of its executable. Null only where not even the general picture is there.
+    // Takes the path of an executable. The icon is null only where not even the general picture is
+    // there.
     [[nodiscard]] QIcon iconOf(const std::string& program);
-    // In exactly `size` points, the picture in the middle; null for none.
+    // The image has exactly `size` points, with the picture in the middle; it is null without an
+    // icon.
     [[nodiscard]] QImage image(
         const std::string& program, QSize size, double devicePixelRatio = 1.0);
-    // Of an application bundle of the desktop that paths and texts come from. There is but one that
-    // is ever shown, its installer.
+    // Takes the path of an application bundle as prompts name it; only the installer's is ever
+    // shown.
     [[nodiscard]] static QIcon workspaceIcon(const std::string& path);
 
     // Makes `file` the program's picture, a PNG of 128 x 128 that only this user may read, and says

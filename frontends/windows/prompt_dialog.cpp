@@ -130,7 +130,7 @@ void PromptDialog::appear()
     placed();
 }
 
-// As high as its content wants, in the middle of the screen where the mouse is.
+// The window is as high as its content wants and stands in the middle of the mouse's screen.
 void PromptDialog::place()
 {
     const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
@@ -248,7 +248,7 @@ void PromptDialog::paintEvent(QPaintEvent*)
         share_ < 1.0 / 6 ? theme.danger : theme.accent);
     painter.setPen(theme.border);
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
-    // When this paint has been sent to the screen.
+    // The task runs when this paint has been sent to the screen.
     if (std::exchange(firstPaint_, false))
         QTimer::singleShot(0, this, [this] { arm(); });
 }
@@ -268,7 +268,7 @@ void PromptDialog::stayAbove()
         strip_->raise();
 }
 
-// What was covered or away has not been seen meanwhile.
+// Nobody has seen a window while it was covered or put away, so it has to be armed anew.
 void PromptDialog::comeBack()
 {
     if (retired_ || level_ != WindowLevel::Maximum || QApplication::activePopupWidget())
@@ -309,7 +309,7 @@ PressButton::Act PromptDialog::acting(std::function<void()> act)
             if (!window || window->isRetired())
                 return;
             act();
-            // What the view model did not take must not stay on the screen either.
+            // A widget that took what the view model refused must show the old state again.
             if (window && !window->isRetired())
                 window->sync();
         });
@@ -375,7 +375,7 @@ void PromptDialog::mousePressEvent(QMouseEvent* event)
         windowHandle()->startSystemMove();
 }
 
-// It goes when it has been answered.
+// A prompt cannot be closed, only answered.
 void PromptDialog::closeEvent(QCloseEvent* event)
 {
     if (retired_)

@@ -28,7 +28,7 @@ class PromptDialog : public QDialog {
 public:
     using Services = PromptServices;
 
-    // In front of everything, with the keyboard.
+    // Shows the window in front of everything and gives it the keyboard.
     void appear();
     // The prompt is over: nothing reaches the view model any more.
     void retire();
@@ -53,7 +53,7 @@ public:
     }
     // Above what has come to stand above it; not while somebody is asked for a password there.
     void stayAbove();
-    // In the coordinates of the screen.
+    // The position is in the coordinates of the screen.
     virtual void mouseMovedTo(QPointF) { }
 
 protected:
@@ -69,7 +69,8 @@ protected:
     [[nodiscard]] PressButton& extraButton() { return extra_; }
     // Names the keys that shape the answer, beside those that give it.
     void setKeys(const QString& keys) { keys_ = keys; }
-    // Of the screen and of this window, as the view model counts: from the lower left corner.
+    // Rectangles on the screen and in this window, counted from the lower left corner as the view
+    // model does.
     [[nodiscard]] Rect frameOnScreen() const;
     [[nodiscard]] Rect frameInWindow(const QWidget& widget) const;
     // Called when the window or something in it stands elsewhere than before.

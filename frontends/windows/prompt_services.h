@@ -16,9 +16,9 @@ struct PromptTheme;
 struct PromptServices {
     std::shared_ptr<const PromptTheme> theme;
     InputOrigins& origins;
-    // About so many pixels in each direction; null where there is no such image.
+    // Loads the image in about so many pixels each way; null where there is no such image.
     std::function<QImage(const ImageSource& source, int pixels)> image;
-    std::function<void()> sound; // that something was not done
+    std::function<void()> sound; // tells the user that something was not done
     // Carries an act out when the event that asked for it has been dealt with: the act may end the
     // window.
     std::function<void(std::function<void()>)> later;

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int widthInLayout = 420; // points
 constexpr int margin = 20;
-constexpr int mostLines = 6;
+constexpr int maxLines = 6;
 
 }
 
@@ -37,8 +37,8 @@ QuestionDialog::QuestionDialog(
     setPalette(theme_.palette());
     title_.setBytes("Vossel asks for an administrator");
     question_.setBytes(text);
-    question_.setMaximumLines(mostLines);
-    told_.setMaximumLines(mostLines);
+    question_.setMaximumLines(maxLines);
+    told_.setMaximumLines(maxLines);
     told_.setColor(theme_.caution);
     told_.hide();
     line_.setFont(layoutFont(14));

@@ -16,7 +16,7 @@ namespace vossel {
 // One question that a person answers by typing. Main thread.
 class QuestionDialog final : public QDialog {
 public:
-    // Nothing for a person who would not say.
+    // Gets what was typed, or nothing from a person who would not say.
     using Ended = std::function<void(std::optional<std::string>)>;
 
     QuestionDialog(const PromptTheme& theme, std::string_view text, bool echo, Ended ended);

@@ -37,7 +37,7 @@ void QuestionWindow::withdraw()
     dialog_.release()->deleteLater();
 }
 
-// The dialog is in the middle of its own end.
+// Called from within the dialog, which is deleted later for that reason.
 void QuestionWindow::end(std::optional<std::string> answer)
 {
     if (dialog_)

@@ -29,7 +29,7 @@ private:
     PromptTheme theme_{ColorScheme::Light};
     std::unique_ptr<QuestionDialog> dialog_;
     Answer answer_;
-    std::string told_; // before there was a question
+    std::string told_; // came before its question
 };
 
 }

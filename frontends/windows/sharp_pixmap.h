@@ -22,8 +22,8 @@ namespace vossel {
     return pixmap;
 }
 
-// One of the product's own images by its name. Nothing is kept: an icon of Qt's would be, for each
-// prompt anew.
+// Loads one of the product's own images by its name. It is no QIcon, for Qt would keep the pixels
+// of each one that a prompt makes.
 [[nodiscard]] inline QPixmap resourcePixmap(const QString& name, double side, double scale)
 {
     QString variant = ":/images/" + name;

@@ -42,7 +42,7 @@ bool fits(const QString& text, const ShownPlace& place)
     return linesOf(text, place).count <= place.lines;
 }
 
-// Without `left` glyphs at the place where the truncation wants.
+// Leaves `left` glyphs out where the truncation wants it.
 ShownPiece without(const ShownText& shown, Truncation truncation, std::size_t left)
 {
     const std::size_t glyphs = shown.cuts.size() - 1;

@@ -21,7 +21,7 @@ struct ShownPlace {
     int lines = 1;
 };
 
-// As much of it as the place holds; what is left out is marked, at the end or in the middle.
+// Cuts the text to what the place holds; what is left out is marked, at the end or in the middle.
 [[nodiscard]] ShownPiece fitted(
     const ShownText& shown, Truncation truncation, const ShownPlace& place);
 

@@ -32,7 +32,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    // What there is room for; the lines never ask for more than they have.
+    // Says how many lines fit.
     [[nodiscard]] ShownPlace placeOf(int width, int height) const;
 
     ShownText shown_;

@@ -10,7 +10,7 @@ namespace vossel {
 namespace {
 
 constexpr int padding = 6;
-constexpr int widest = 640; // points
+constexpr int maxWidth = 640; // points
 
 }
 
@@ -29,7 +29,7 @@ void TipPanel::showAt(const TipWindow& tip, QPoint corner)
     text_.setBytes(tip.text);
     const QRect room = parentWidget()->screen()->availableGeometry();
     const int width = std::min(
-        {text_.sizeHint().width(), qRound(widest * layoutScale()), room.width() - 2 * padding});
+        {text_.sizeHint().width(), qRound(maxWidth * layoutScale()), room.width() - 2 * padding});
     text_.setMaximumLines(std::max(2, (room.height() - 2 * padding) / text_.sizeHint().height()));
     const int height = text_.heightForWidth(width);
     text_.setGeometry(padding, padding, width, height);

@@ -24,7 +24,8 @@ namespace vossel {
 
 // This machine and the session of the user who runs the process: it owns one of each service, but
 // for those that depend on how the user is asked. Made on the main thread, where a QCoreApplication
-// exists, once in a process. What is declared later uses what is declared earlier.
+// exists, once in a process. It must not own windows or decide anything for the agent. What is
+// declared later uses what is declared earlier.
 class DesktopHost {
 public:
     // `isAdministrator`: whether a fingerprint of this user is an administrator's.

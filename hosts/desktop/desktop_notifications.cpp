@@ -17,7 +17,7 @@ namespace {
 
 constexpr int answerTime = 5000; // milliseconds
 constexpr int serviceChooses = -1; // how long it shows a notification
-constexpr std::size_t mostKnown = 100;
+constexpr std::size_t maxKnown = 100;
 
 QString plain(const std::string& text)
 {
@@ -62,7 +62,7 @@ bool DesktopNotifications::isTooMuch(const UserNotification& notification)
     for (const Shown& shown : recent_) {
         if (shown.title != notification.title)
             continue;
-        if (shown.text == notification.informativeText || ++ofTitle == mostInQuietTime)
+        if (shown.text == notification.informativeText || ++ofTitle == maxInQuietTime)
             return true;
     }
     recent_.push_back({now, notification.title, notification.informativeText});
@@ -86,7 +86,7 @@ void DesktopNotifications::notify(const UserNotification& notification)
             }
             if (notification.identifier.empty())
                 return;
-            if (shown_.size() >= mostKnown)
+            if (shown_.size() >= maxKnown)
                 shown_.clear();
             shown_[notification.identifier] = reply.arguments().value(0).toUInt();
         });

@@ -23,10 +23,10 @@ namespace vossel {
 // else is done on the main thread.
 class DesktopNotifications final : public NotificationCentre {
 public:
-    // Of one title so many are shown in that time, and none twice with the same text: whoever
-    // composes a thousand events must not bury the screen.
+    // At most so many notifications of one title are shown in that time, and none twice with the
+    // same text: a program that composes a thousand events must not bury the screen.
     static constexpr std::chrono::seconds quietTime{10};
-    static constexpr std::size_t mostInQuietTime = 3;
+    static constexpr std::size_t maxInQuietTime = 3;
 
     // `instead` is called on the main thread with what the service does not take, or where there is
     // none.

@@ -29,8 +29,8 @@ public:
     // Runs the event loop until polkit has answered. False, with a line in the log, when it will
     // not have this agent.
     [[nodiscard]] bool enrol();
-    // For good: withdraws a question that stands, ends and awaits the helper, tells polkit that the
-    // person cancelled, and unregisters.
+    // Ends the agent for good: withdraws a question that stands, ends and awaits the helper, tells
+    // polkit that the person cancelled, and unregisters.
     void cancel();
 
 private:
@@ -46,7 +46,7 @@ private:
     void takeAnswer(const std::optional<std::string>& answer);
     void withdraw();
     void helperEnded(PolkitHelper::End end);
-    // No error where the person proved themselves.
+    // An empty error says that the person proved themselves.
     void finish(const QString& error = {});
 
     QDBusConnection bus_;

@@ -33,11 +33,13 @@ public:
     explicit PolkitHelper(Listener listener);
     ~PolkitHelper() override;
 
-    // Once. The helper gets no signal mask, descriptor, environment or terminal of this program's.
-    // False, with a line in the log, when it cannot be started; the listener hears nothing then.
+    // Call this once. The helper gets no signal mask, descriptor, environment or terminal of this
+    // program's. False, with a line in the log, when it cannot be started; the listener hears
+    // nothing then.
     [[nodiscard]] bool start(
         const std::string& program, const std::string& user, std::string_view cookie);
-    // One line, up to its first line break and to 510 bytes: the helper takes no more.
+    // Sends one line: the text up to its first line break, at most 510 bytes, for the helper takes
+    // no more.
     void answer(std::string_view line);
 
 private:

@@ -21,11 +21,11 @@ public:
 
     [[nodiscard]] bool isCurrent() const override;
     void perform(std::function<void()> task) override;
-    // After shutDown() returns at once, and the task is not run.
+    // Returns at once after shutDown(); the task is not run then.
     void performAndWait(const std::function<void()>& task) override;
 
-    // On the main thread, when its loop is not to run again: what has not begun is dropped, and
-    // whoever waits for it goes on.
+    // Call this on the main thread when its loop is not to run again: tasks that have not begun are
+    // dropped, and whoever waits for one goes on.
     void shutDown();
 
 private:

@@ -13,7 +13,7 @@ namespace vossel {
 // Signals as calls on the main loop.
 class SignalCalls {
 public:
-    // First of all in main, before any thread exists, which inherits it: holds SIGTERM, SIGINT and
+    // Call this first in main, for threads inherit it: it holds SIGTERM, SIGINT and
     // SIGWINCH back for calls, and has broken pipes kill nobody.
     static void block();
 

@@ -8,9 +8,9 @@ namespace vossel {
 
 // What a window asks of an X server's window manager. `window` is the number of the server's.
 
-// Before it is shown.
+// Call this before the window is shown.
 void showOnEveryWorkspace(xcb_connection_t* server, std::uint32_t window);
-// A shown window: above all others, or among them.
+// Keeps a shown window above all others, or lets it stand among them again.
 void keepAbove(xcb_connection_t* server, std::uint32_t window, bool above);
 
 }

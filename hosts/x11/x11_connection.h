@@ -29,7 +29,7 @@ public:
     };
     using ProcessCookie = xcb_res_query_client_ids_cookie_t;
 
-    // Null: the display that the environment names.
+    // A null name stands for the display that the environment names.
     static Result<std::unique_ptr<X11Connection>> open(const char* displayName);
     ~X11Connection();
     X11Connection(const X11Connection&) = delete;

@@ -11,14 +11,15 @@
 
 namespace vossel {
 
-// What programs have had the X server press lately. A press is told by its time: the number that
-// a program presses need not be the one that arrives, for any client may remap buttons and keys.
-// Bounded; what is forgotten too early still counts, without a name.
+// Keeps what programs have had the X server press lately; it must not speak to the server itself. A
+// press is told by its time: the number that a program presses need not be the one that arrives,
+// for any client may remap buttons and keys. Bounded; what is forgotten too early still counts,
+// without a name.
 class X11ForgedPresses {
 public:
     using Kind = InputOrigins::Kind;
     using Time = InputOrigins::Time;
-    // Filled in when the client's process is known.
+    // The source is filled in when the client's process is known.
     using Poster = std::shared_ptr<const EventSource>;
 
     static constexpr std::size_t capacity = 4096;
@@ -28,7 +29,7 @@ public:
     // so `nothingSince` says when that was.
     void pressed(Kind kind, std::uint8_t detail, std::uint8_t device, Time time, Poster poster);
     void released(Kind kind, std::uint8_t detail, std::uint8_t device, Time time);
-    // A finished event, sent with a time of the sender's choice.
+    // A program sent a finished event, whose time was its own choice.
     void sent(Kind kind, std::uint8_t detail, Time eventTime, Time time, Poster poster);
     // The server takes the next request at this time.
     void nothingSince(Time time);
@@ -39,9 +40,9 @@ public:
     // that of a key held now.
     void devicesChanged();
 
-    // Empty for a press by hand. `now` is the server's time.
+    // Finds who made the press; empty for one by hand. `now` is the server's time.
     [[nodiscard]] std::optional<EventSource> find(const InputOrigins::Press& press, Time now) const;
-    // Before times come around again.
+    // Call this now and then, before the server's clock comes around to old times again.
     void forgetOld(Time now);
 
 private:

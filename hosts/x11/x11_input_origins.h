@@ -15,15 +15,16 @@
 
 namespace vossel {
 
-// Which presses under X11 programs made, and whose programs: reads along when clients have the
-// server forge input (XTEST) or send finished events. A press that cannot be judged, for the server
-// does not answer or the recording has ended, counts as a program's (unnamedProgram).
-// Root's programs are named with user 0, which the product treats like hardware. Main thread only;
-// needs the main loop, so that requests do not pile up.
+// Knows which presses under X11 programs made, and whose programs. It owns its own connections to
+// the server and what it recorded; it must not decide whether a press counts. It reads along when
+// clients have the server forge input (XTEST) or send finished events. A press that cannot be
+// judged, for the server does not answer or the recording has ended, counts as a program's
+// (unnamedProgram). Root's programs are named with user 0, which the product treats like hardware.
+// Main thread only; needs the main loop, so that requests do not pile up.
 class X11InputOrigins final : public InputOrigins {
 public:
-    // No display's name: the one that the environment names. Fails without the RECORD and
-    // X-Resource extensions.
+    // Without a display's name it takes the one that the environment names. Fails without the
+    // RECORD and X-Resource extensions.
     static Result<std::unique_ptr<X11InputOrigins>> create(
         WatchDescriptor watch, const char* displayName = nullptr);
     ~X11InputOrigins() override;

@@ -31,13 +31,13 @@ public:
         std::size_t size = 0;
         bool swapped = false; // the client's byte order is not this machine's
 
-        // 0 beyond the end of the request.
+        // Both return 0 beyond the end of the request.
         [[nodiscard]] std::uint8_t byteAt(std::size_t offset) const;
         [[nodiscard]] std::uint32_t wordAt(std::size_t offset) const;
     };
     using Handler = std::function<void(const Record&)>;
 
-    // Records from now on. `control` must outlive it.
+    // Starts the recording. `control` must outlive it.
     static Result<std::unique_ptr<X11RequestStream>> open(
         X11Connection& control, const char* displayName, const std::vector<Requests>& requests);
 
@@ -56,7 +56,7 @@ private:
     {
     }
     bool awaitStart();
-    // False when it was the last one.
+    // Returns false for the last reply of the recording.
     bool take(const void* reply, const Handler& handler);
     bool takeRequests(const void* reply, Record& record, const Handler& handler);
     void count(const void* reply);

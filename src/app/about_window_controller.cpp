@@ -16,12 +16,12 @@ namespace vossel {
 namespace {
 
 constexpr Rect windowFrame{0, 0, 320, 200};
-constexpr std::size_t longestBuild = 256; // bytes; nobody could read more in this window
+constexpr std::size_t maxBuildLength = 256; // bytes; nobody could read more in this window
 
 // "unknown" where the file is missing, unreadable, no UTF-8, or too long to be a build number.
 std::string buildFrom(const std::string& file)
 {
-    const auto content = readFile(file, longestBuild);
+    const auto content = readFile(file, maxBuildLength);
     if (!content || !isValidUtf8(*content))
         return "unknown";
     std::string build = *content;

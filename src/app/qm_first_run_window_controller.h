@@ -41,7 +41,8 @@ public:
     ProgressIndicator progressIndicator;
     Button finishButton;
 
-    // Kept, also while it keeps this controller: whoever owns both lets go of it by setting none.
+    // The controller keeps its delegate. A delegate that keeps this controller in turn must be
+    // taken away by setting null, or neither is ever destroyed.
     void setDelegate(std::shared_ptr<QMFirstRunWindowControllerDelegate> delegate);
     [[nodiscard]] std::shared_ptr<QMFirstRunWindowControllerDelegate> delegate() const;
     // The seconds that have passed.

@@ -129,7 +129,7 @@ TEST_F(ApplicationWindowsTest, AboutSaysVersionAndBuildWhateverTheFileHolds)
         AboutWindowController about(context, "1.2");
         about.open();
         about.open();
-        EXPECT_TRUE(about.window.state().orderedFront);
+        EXPECT_TRUE(about.window.state().orderedFront && about.window.state().titleBarTransparent);
         about.close();
         EXPECT_FALSE(about.window.state().orderedFront);
         EXPECT_EQ(std::exchange(events, {}), "Version 1.2 (" + row.build + ");") << row.name;

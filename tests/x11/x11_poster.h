@@ -58,6 +58,16 @@ public:
         if (::write(acts_.get(), &act, sizeof act) != sizeof act)
             throw std::runtime_error("the poster is gone");
     }
+    // Lets go at once of what it has had pressed.
+    void strikes(Act act) const
+    {
+        does(act);
+        if (act.sent || act.leaves)
+            return;
+        act.type++;
+        act.time = 0;
+        does(act);
+    }
 
 private:
     static constexpr std::uint32_t ordinaryUser = 1234;
