@@ -93,7 +93,7 @@ private:
     PromptViewModelFactory viewModels{{host, directories, broker, presenter}};
     test::FakePromptFactory instant;
     instant.onShow = [&](test::FakeAdvancedPrompt& prompt) {
-        prompt.report(DECISION_ALLOW);
+        prompt.performClickAllow();
         mainThread.perform([&instant] { instant.advanced.clear(); });
     };
     if (kind == Prompts::ViewModels)

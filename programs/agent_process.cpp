@@ -31,7 +31,6 @@ AgentProcess::AgentProcess(std::string_view prefix, const UserInterface::Factory
           .clock = host_.clock,
           .mainThread = host_.mainThread,
           .timers = host_.timers,
-          .processes = host_.processes,
           .processControl = host_.processControl,
           .lost = [this](const std::string& reason) { loseUser(reason); },
       }))

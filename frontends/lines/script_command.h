@@ -22,8 +22,8 @@ struct ScriptCommand {
     bool operator==(const ScriptCommand&) const = default;
 };
 
-// Words are separated by spaces or tabs; a number is decimal digits and fits 31 bits. Fails with
-// the reason; any bytes may be given.
+// Words are separated by spaces or tabs; a number is decimal digits and fits 31 bits. Any bytes may
+// be given; what is no command fails with the reason.
 Result<ScriptCommand> parseScriptCommand(std::string_view line);
 
 }

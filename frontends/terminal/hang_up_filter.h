@@ -14,7 +14,7 @@ namespace vossel {
 // and the shell on it another. Those that come when it has just vanished mean nothing.
 class HangUpFilter final : public ProcessControl {
 public:
-    // How long after the first of them.
+    // How long signals are passed over after the first of them.
     static constexpr std::chrono::seconds spell{2};
 
     // `vanished`: whether the agent's terminal has gone; called on the signal's thread.
@@ -39,7 +39,7 @@ public:
     void denyDebuggers() override { control_.denyDebuggers(); }
 
 private:
-    // One call at a time: signals are taken by one thread.
+    // Calls never overlap, for one thread takes the signals.
     bool isOfTheTerminal()
     {
         if (!vanished_())

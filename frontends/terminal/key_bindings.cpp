@@ -6,7 +6,7 @@ namespace vossel {
 
 namespace {
 
-// For keys that have no number of their own here: none of those that mean something.
+// Stands for every key without a meaning of its own; no key that means something has this number.
 constexpr std::uint16_t anyOtherKey = 0xFFFF;
 
 KeyBinding press(std::uint16_t keyCode, std::string characters, bool command, bool decides = false)

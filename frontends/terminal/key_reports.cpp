@@ -38,7 +38,7 @@ std::optional<Numbers> numbersOf(std::string_view text)
     return numbers;
 }
 
-// By the character that the key has, or that its legacy byte is.
+// The key of the character that it writes, or that its single byte is.
 TerminalKey keyOfCode(std::uint32_t code, std::uint32_t held)
 {
     switch (code) {

@@ -9,7 +9,7 @@ namespace vossel {
 
 // What a terminal means by a control sequence that reports a key.
 
-// By the last letter of a cursor key's sequence; Other for no cursor key's.
+// The key that the last letter of a cursor key's sequence stands for; Other for any other letter.
 [[nodiscard]] TerminalKey::Kind arrowOf(char letter);
 
 // What stands between "ESC [" and the last character, and that. It understands 1;held LETTER of the

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t labelColumns = 11;
 constexpr std::size_t gap = 2;
 
-// By duration.
+// The keys that choose a duration, by its code.
 constexpr std::array<const char*, DURATION_FOREVER + 1> durationKeys{"^O", "^Q", "^R", "^F"};
 
 struct Fact {
@@ -24,7 +24,7 @@ struct Fact {
     bool warning = false;
 };
 
-// How much is shown where there is little room.
+// How much of a prompt is shown; later rows of the table leave more out.
 struct Detail {
     bool blanks;
     bool bar;
@@ -195,7 +195,7 @@ private:
         std::move(below.begin(), below.end(), std::back_inserter(rows_));
     }
 
-    // What cannot be changed needs no alternatives.
+    // A list that cannot be changed shows only what is chosen.
     static std::size_t rowsWanted(const Choices& choices)
     {
         return choices.enabled ? choices.entries.size()
@@ -292,7 +292,7 @@ private:
         ScreenRow row(width_);
         row.add("> ", Style::Strong);
         Glyphs typed = toGlyphs(state_.question->typed, charset_);
-        // The end of it is where the person writes.
+        // The person writes at its end, so that its beginning goes where room is short.
         while (!typed.empty() && columnsOf(typed) + 1 > row.room())
             typed.erase(typed.begin());
         row.add(typed);
@@ -300,7 +300,7 @@ private:
         push(std::move(row));
     }
 
-    // How to answer: the last row, which is never left out.
+    // Says how to answer, in the last row, which is never left out.
     void ways()
     {
         ScreenRow row(width_);

@@ -12,7 +12,7 @@ namespace {
 // sees both.
 constexpr std::chrono::milliseconds redrawPause{60};
 
-// Between attempts to write what a terminal has not taken.
+// The pauses between attempts to write what a terminal has not taken.
 constexpr Clock::Duration firstPause = std::chrono::milliseconds(2);
 constexpr Clock::Duration maxPause = std::chrono::seconds(1);
 
@@ -21,7 +21,7 @@ ScreenPainter::Place paintingPlace(const TerminalChoice::Place& place, bool over
     const TerminalCapabilities& terminal = *place.capabilities;
     if (over)
         return ScreenPainter::Place::Over;
-    // What others write while the prompt has a screen of its own would be lost with that.
+    // Whatever others write on a screen of the prompt's own would be lost with that screen.
     const bool atBottom = terminal.canScrollPart() && (place.shared || !terminal.hasOwnScreen());
     return atBottom ? ScreenPainter::Place::Bottom : ScreenPainter::Place::OwnScreen;
 }

@@ -16,8 +16,8 @@
 
 namespace vossel {
 
-// One terminal while a prompt stands on it: drawn on, its keys taken, and given back at the end.
-// Main thread only.
+// One terminal while a prompt stands on it: it owns the terminal's mode, draws there, takes its
+// keys and gives it back at the end. Main thread only.
 class PromptTerminal {
 public:
     struct Services {
@@ -39,9 +39,10 @@ public:
     [[nodiscard]] TerminalSize area() const { return painter_.area(); }
     [[nodiscard]] Charset charset() const { return charset_; }
     [[nodiscard]] bool vanished() const { return device_->vanished(); }
-    // False when the terminal's mode is not to be had: nothing was drawn, and no keys will come.
+    // False when the terminal's mode could not be changed: nothing was drawn, and no keys will
+    // come.
     [[nodiscard]] bool isTaken() const { return taken_; }
-    // Looks whether the terminal has another size; true when it does.
+    // Asks the terminal for its size; true when it has changed.
     bool followSize();
     // Keys count from the arming time on, which begins when the first screen is there, whole; those
     // that began before do not.

@@ -66,7 +66,8 @@ void ScreenPainter::resized()
         device_.write(terminal_.plain + terminal_.clearScreen);
         return;
     }
-    // Nobody knows where the rows have gone: whatever stands there now may be others' and is left.
+    // The rows may have moved anywhere, and what stands in their place may be another program's: it
+    // is left alone.
     bottomRows_ = 0;
     device_.write(
         terminal_.saveCursor + terminal_.scrollOnly(0, size_.rows - 1) + terminal_.restoreCursor);
@@ -114,7 +115,7 @@ std::string ScreenPainter::paintBottom(const Screen& screen)
     return bytes;
 }
 
-// Moves up what stands there, as far as needed, and has it scroll by itself from now on.
+// Moves what stands on the rows above up, as far as needed, and lets them scroll by themselves.
 std::string ScreenPainter::takeBottom(int rows)
 {
     bottomRows_ = rows;

@@ -22,7 +22,7 @@ public:
 
     ScreenPainter(TerminalDevice& device, const TerminalCapabilities& terminal, Place place);
 
-    // What can be painted on now.
+    // The part of the terminal that can be painted on now.
     [[nodiscard]] TerminalSize area() const;
     // Between begin() and end(). `screen` has been laid out for area().
     void begin();

@@ -30,9 +30,9 @@ public:
 
     // Pieces that had to be escaped stand out from the rest.
     ScreenRow& add(const Glyphs& glyphs, Style style = Style::Plain);
-    // A text of our own: printable ASCII.
+    // `text` is one of this program's own: printable ASCII.
     ScreenRow& add(std::string_view text, Style style = Style::Plain);
-    // Blanks up to a column; nothing where the row is that long already.
+    // Adds blanks up to a column; adds nothing where the row is that long already.
     ScreenRow& padTo(std::size_t column, Style style = Style::Plain);
 
     [[nodiscard]] std::size_t columns() const { return columns_; }

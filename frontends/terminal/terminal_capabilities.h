@@ -8,8 +8,8 @@
 
 namespace vossel {
 
-// What a kind of terminal understands, by the system's terminal database (terminfo(5)). Empty
-// texts: it does not have that. Main thread only.
+// What a kind of terminal understands, by the system's terminal database (terminfo(5)). An empty
+// text stands for what it does not have. Main thread only.
 class TerminalCapabilities {
 public:
     enum Color { Red, Green };
@@ -19,7 +19,7 @@ public:
     // moved or whose lines cannot be cleared: a prompt cannot be shown there.
     static Result<TerminalCapabilities> load(const std::string& type);
 
-    // To and from a screen of its own, beside the one that programs write on.
+    // These lead to and from a screen beside the one that programs write on.
     std::string enterScreen;
     std::string leaveScreen;
     std::string clearScreen;
@@ -39,13 +39,15 @@ public:
     // A row down in the same column, the screen scrolled up at its end. Not in the database as
     // such.
     static constexpr std::string_view index = "\033D";
-    // Has what is pasted marked as such. Not in the database; other terminals pass over it.
+    // Has the terminal mark what is pasted. The database does not know it; terminals without it
+    // ignore it.
     static constexpr std::string_view markPastes = "\033[?2004h";
     static constexpr std::string_view unmarkPastes = "\033[?2004l";
-    // Has it send its answers in seven bits, whatever a program has set: others end no paste here.
+    // Has the terminal send its answers in seven bits, whatever a program has set, for an answer in
+    // eight would not end a paste.
     static constexpr std::string_view sevenBits = "\033 F";
 
-    // To a row and a column, counted from 0.
+    // Moves the cursor to a row and a column, counted from 0.
     [[nodiscard]] std::string moveTo(int row, int column) const;
     [[nodiscard]] std::string moveUp(int rows) const;
     // Only these rows scroll from now on, counted from 0, the last included; moves the cursor.

@@ -13,7 +13,7 @@ namespace vossel {
 
 namespace {
 
-// More kinds than anybody's terminals have; a program may call its own anything.
+// Nobody has so many kinds of terminals, but a program may call its own anything.
 constexpr std::size_t maxKinds = 16;
 
 bool namesUtf8(std::string_view locale)
@@ -96,8 +96,8 @@ bool TerminalChoice::isOwnInForeground() const
 {
     if (!own_)
         return false;
-    // Whoever let go of a terminal cannot ask for its foreground; the session's leader has it
-    // still.
+    // A process that gave up its terminal cannot ask for the foreground there; the session's leader
+    // still can.
     const auto foreground = terminals_.foregroundOf(own_->device->number(), ::getsid(0));
     return !foreground || *foreground == ::getpgrp();
 }

@@ -13,11 +13,11 @@
 
 namespace vossel {
 
-// On which terminal the user is asked. A prompt stands where the program that it is about was
-// started, in front of the person who did: on the program's own terminal. But nobody else may be
-// reading keys there: the program must be in its foreground, where it waits itself. Otherwise, and
-// for programs without a terminal, it is the agent's own, while the agent is in its foreground.
-// Main thread.
+// Says on which terminal the user is asked; it owns the agent's own terminal. A prompt stands where
+// the program that it is about was started, in front of the person who did: on the program's own
+// terminal. But nobody else may be reading keys there: the program must be in its foreground, where
+// it waits itself. Otherwise, and for programs without a terminal, it is the agent's own, while the
+// agent is in its foreground. Main thread.
 class TerminalChoice {
 public:
     struct Place {
@@ -29,15 +29,15 @@ public:
         bool shared = false;
     };
 
-    // Opens a terminal, the process's controlling one, and lets go of it as such, so that its keys
-    // can be read, and it may vanish, with the agent in the background. Fails with the reason when
+    // Opens the process's controlling terminal and gives up its control, so that the agent can read
+    // its keys from the background and survives when it vanishes. Fails with the reason when
     // there is none or it cannot show a prompt.
     static Result<TerminalChoice> open(const std::string& path = "/dev/tty");
 
     // From now on no program's terminal is used but the agent's own: a program that makes a
     // terminal for itself presses the keys there.
     void useOwnOnly() { ownOnly_ = true; }
-    // Where the user can be asked now about this process; empty when nowhere.
+    // The place where the user can be asked about this process now, if there is one.
     [[nodiscard]] std::optional<Place> placeFor(std::int32_t pid);
     // Whether that place can still be had: the program may have been killed, and its shell reads
     // the keys again.

@@ -30,7 +30,7 @@ bool sameMode(const termios& one, const termios& other)
         && std::memcmp(one.c_cc, other.c_cc, sizeof one.c_cc) == 0;
 }
 
-// Of the kernel's 32 bits: a minor number of 20 bits around a major number of 12.
+// The kernel packs a minor number of 20 bits around a major number of 12.
 std::uint64_t deviceNumber(std::uint32_t encoded)
 {
     return makedev((encoded >> 8) & 0xFFF, (encoded & 0xFF) | ((encoded >> 12) & 0xFFF00));
@@ -151,7 +151,7 @@ void TerminalDevice::beginResize()
     (void)::ioctl(fd_.get(), TIOCSWINSZ, &size);
 }
 
-// Unless somebody has resized it since.
+// The size goes back unless somebody has changed it since.
 void TerminalDevice::endResize()
 {
     const auto before = std::exchange(resized_, std::nullopt);

@@ -34,9 +34,9 @@ public:
     ~TerminalDevice() { endResize(); }
 
     [[nodiscard]] int descriptor() const { return fd_.get(); }
-    // As in stat(2)'s st_rdev of "/dev/pts/N": the same for every name that the terminal has.
+    // The st_rdev of stat(2) for "/dev/pts/N": the same for every name that the terminal has.
     [[nodiscard]] std::uint64_t number() const { return number_; }
-    // Whoever it belongs to by its file.
+    // The owner of its file.
     [[nodiscard]] std::uint32_t owner() const { return owner_; }
     // 80 by 24 where the terminal does not say.
     [[nodiscard]] TerminalSize size() const;
@@ -45,9 +45,10 @@ public:
 
     // Whether a program has taken its line editing off: it draws on the whole screen itself.
     [[nodiscard]] bool isTakenOver() const;
-    // Every key as it comes, none of which is a signal, and nothing echoed. False when refused.
+    // From now on every key comes at once, none is a signal, and none is echoed. False when the
+    // system refuses.
     [[nodiscard]] bool takeOver();
-    // As takeOver() found it; a mode that somebody else has set since is left alone.
+    // Sets the mode that takeOver() found, unless somebody else has set another since.
     void giveBack();
 
     // The bytes that have come; empty for none. False when the terminal is gone.

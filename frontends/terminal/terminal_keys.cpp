@@ -21,7 +21,7 @@ bool isContinuation(unsigned char byte)
     return (byte & 0xC0) == 0x80;
 }
 
-// Of the character that the byte begins; 1 for every other byte.
+// The length of the character that the byte begins; 1 for every other byte.
 std::size_t characterLength(unsigned char lead)
 {
     if (lead < 0xC2 || lead > 0xF4)
@@ -29,7 +29,7 @@ std::size_t characterLength(unsigned char lead)
     return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
 }
 
-// How many bytes follow a mouse report's letter, whatever they are; 0 for what is none.
+// How many bytes follow the letter of a mouse report; 0 for any other letter.
 std::size_t bytesBehind(std::string_view sequence)
 {
     return sequence == "[M" ? 3 : sequence == "[t" ? 2 : sequence == "[T" ? 6 : 0;
@@ -282,7 +282,7 @@ void KeyParser::begin(State state, char first)
     told_ = false;
 }
 
-// By the letter behind an escape. False when it begins none.
+// Begins the sequence that this letter behind an escape stands for; false when there is none.
 bool KeyParser::beginSequence(char32_t letter)
 {
     switch (letter) {

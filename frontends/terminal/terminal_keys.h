@@ -38,10 +38,10 @@ class KeyParser {
 public:
     // How long the rest of a sequence may take.
     static constexpr std::chrono::milliseconds escapePause{30};
-    // In bytes; what a longer sequence means is not looked at.
+    // Bytes of a sequence whose meaning is looked up; a longer one means nothing.
     static constexpr std::size_t maxSequence = 64;
 
-    // Appends to `keys`.
+    // Appends the keys that `bytes` complete to `keys`.
     void feed(std::string_view bytes, std::vector<TerminalKey>& keys);
     // An escape, a sequence or a character that has begun waits for its rest: flush() after
     // `escapePause` without further bytes. Not so in a paste, which may take as long as it likes.

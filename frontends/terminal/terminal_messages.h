@@ -16,7 +16,7 @@ class TerminalChoice;
 // middle of another program's output; otherwise in the log only.
 class TerminalMessages {
 public:
-    // Lines that wait for a prompt to go; more are logged only.
+    // At most so many lines wait for a prompt to go; more are only logged.
     static constexpr std::size_t maxWaiting = 50;
 
     TerminalMessages(TerminalChoice& choice, MainThread& mainThread)

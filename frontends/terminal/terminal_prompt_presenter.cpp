@@ -297,7 +297,7 @@ void TerminalPromptPresenter::answerQuestion(const TerminalKey& key)
     }
 }
 
-// Without an answer the asker hears of it later: it may be the one who calls.
+// An asker who gets no answer hears of it later, for it may be the one who calls this.
 void TerminalPromptPresenter::endQuestion(std::optional<std::string> answer)
 {
     const auto question = std::exchange(question_, nullptr);

@@ -11,7 +11,7 @@ struct Line {
     Glyphs::const_iterator next; // where the next one begins
 };
 
-// `end`: the first glyph that fits no more, behind at least one that does.
+// `end` is the first glyph that fits no more, behind at least one that does.
 Line brokenLine(Glyphs::const_iterator begin, Glyphs::const_iterator end, std::size_t columns)
 {
     for (auto space = end; space != begin; --space)

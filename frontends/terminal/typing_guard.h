@@ -18,7 +18,7 @@ public:
     // How long nothing answers after a letter that means nothing here.
     static constexpr Clock::Duration restAfterLetter = std::chrono::milliseconds(500);
 
-    // Of keys that came together: whether they are a word, or were pasted.
+    // Whether keys that came together are a word, or were pasted.
     [[nodiscard]] static bool areText(const std::vector<TerminalKey>& keys)
     {
         return keys.size() > 1 && std::any_of(keys.begin(), keys.end(), isLetter);

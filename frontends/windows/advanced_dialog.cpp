@@ -2,7 +2,7 @@
 
 #include "frontends/windows/captions.h"
 #include "frontends/windows/tip_panel.h"
-#include "prompting/permissions_manager.h"
+#include "ui/prompt/prompt_words.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -12,30 +12,24 @@ namespace vossel {
 
 namespace {
 
-constexpr std::array<const char*, DURATION_FOREVER + 1> durationTitles{
-    "Once", "Until it quits", "Until restart", "Forever"};
-constexpr std::array<const char*, DURATION_FOREVER + 1> durationNames{
-    "once", "untilQuit", "untilRestart", "forever"};
+using Kind = PromptAct::Kind;
 
 }
 
-AdvancedDialog::AdvancedDialog(Services given, QMPermissionsWindow& prompt)
-    : PromptDialog(std::move(given), prompt.frame())
-    , prompt_(prompt)
-    , recommendedProcess_(prompt.controls().applicationNamePopUp.selectedIndex())
+AdvancedDialog::AdvancedDialog(Services given, ShownPrompt& prompt)
+    : PromptDialog(std::move(given), prompt)
     , file_(*services().theme, 14, QFont::DemiBold)
     , parent_(*services().theme, 13)
     , paths_(*services().theme)
     , processes_(*services().theme)
     , operations_(*services().theme, PressButton::Look::Plain)
-    , updates_("Updates of this program too")
+    , updates_(QString::fromUtf8(updatesTitle.data(), qsizetype(updatesTitle.size())))
+    , durations_(*services().theme, [this](std::int32_t code) {
+        return carryingOut({Kind::Duration, code});
+    })
 {
-    for (auto& duration : durations_)
-        duration = std::make_unique<PressButton>(*services().theme, PressButton::Look::Segment);
     layOut();
     connectControls();
-    if (prompt_.requireTouchBar())
-        addTouchBar(prompt_);
 }
 
 AdvancedDialog::~AdvancedDialog() = default;
@@ -55,14 +49,6 @@ void AdvancedDialog::layOut()
     access->addWidget(&operations_);
     access->addWidget(&updates_);
     access->addStretch(1);
-    auto* durations = new QHBoxLayout;
-    durations->setSpacing(4);
-    for (std::size_t code = 0; code < durations_.size(); ++code) {
-        durations_[code]->setText(durationTitles[code]);
-        durations_[code]->setObjectName(durationNames[code]);
-        durations->addWidget(durations_[code].get(), 1);
-    }
-
     auto* grid = new QGridLayout(&body());
     grid->setContentsMargins(captionMargin, 12, captionMargin, 4);
     grid->setHorizontalSpacing(14);
@@ -79,66 +65,42 @@ void AdvancedDialog::layOut()
     grid->addWidget(caption("Access", theme), row, 0);
     grid->addLayout(access, row++, 1);
     grid->addWidget(caption("Duration", theme), row, 0);
-    grid->addLayout(durations, row, 1);
+    grid->addWidget(&durations_, row, 1);
 }
 
 void AdvancedDialog::connectControls()
 {
     setKeys("Duration Ctrl+O Q R F · Path ← → · Process ↑ ↓");
-    connectDecisions([this] { prompt_.clickedDeny(); }, [this] { prompt_.clickedAllow(); });
-    paths_.setChosen(
-        [this](std::int64_t index) { acting([this, index] { prompt_.selectPath(index); })(); });
-    processes_.setChosen([this](std::int64_t index) {
-        acting([this, index] { prompt_.selectedProcessItem(index); })();
+    paths_.setChosen([this](std::int64_t index) { carryingOut({Kind::Path, index})(); });
+    processes_.setChosen([this](std::int64_t index) { carryingOut({Kind::Process, index})(); });
+    operations_.setAct(carryingOut({Kind::Operations}));
+    connect(&updates_, &QCheckBox::clicked, this, [this](bool checked) {
+        carryingOut({Kind::Updates, checked ? 1 : 0})();
     });
-    operations_.setAct(acting([this] { prompt_.clickedOperations(); }));
-    connect(&updates_, &QCheckBox::clicked, this,
-        [this](bool checked) { acting([this, checked] { prompt_.setAllowUpdates(checked); })(); });
-    for (std::int32_t code = 0; code <= DURATION_FOREVER; ++code)
-        durations_[static_cast<std::size_t>(code)]->setAct(
-            acting([this, code] { prompt_.selectSegmentWithTag(code); }));
 }
 
-void AdvancedDialog::sync()
+void AdvancedDialog::display(const PromptView& view)
 {
-    PromptDialog::sync();
-    const PermissionsControls& controls = prompt_.controls();
-    header().name.setBytes(services().manager.manicureDisplayPathForQuery(prompt_.policyQuery()));
-    header().program.setBytes(controls.applicationPathTextField.stringValue());
-    header().program.setTruncation(controls.applicationPathTextField.truncation());
-    header().setSigner(controls.codeSignTextField.stringValue(), prompt_.codeSignState());
-    setSentence(controls.activityDescriptionTextField.stringValue(), prompt_.policyQuery());
-    header().setDangerous(prompt_.alertType() != ALERT_ORDINARY);
-    file_.setBytes(controls.filenameTextField.stringValue());
-    file_.setTruncation(controls.filenameTextField.truncation());
-    parent_.setBytes(controls.applicationParentPathTextField.stringValue());
-    parent_.setTruncation(controls.applicationParentPathTextField.truncation());
-    paths_.display(controls.pathPopUpControl, prompt_.recommendedIndex());
-    processes_.display(controls.applicationNamePopUp, recommendedProcess_);
-    operations_.setText(QString::fromStdString(controls.operationsButton.title()));
-    operations_.setAccessibleName("Access: " + operations_.text());
-    const CheckBox& updates = controls.allowUpdatesCheckBox;
-    updates_.setVisible(!updates.hidden());
-    updates_.setEnabled(updates.enabled());
-    updates_.setChecked(updates.checked());
-    syncDuration();
-    syncTip();
-}
-
-void AdvancedDialog::syncDuration()
-{
-    const SegmentedControl& segments = prompt_.controls().durationSegmentedControl;
-    for (std::int32_t code = 0; code <= DURATION_FOREVER; ++code) {
-        PressButton& button = *durations_[static_cast<std::size_t>(code)];
-        button.setVisible(code < segments.segmentCount());
-        if (code == segments.selectedSegment())
-            button.setChecked(true);
+    header().name.setBytes(view.displayName);
+    const std::pair<TextView*, const PromptView::Text*> texts[]
+        = {{&header().program, &view.application}, {&file_, &view.file}, {&parent_, &view.parent}};
+    for (const auto& [shown, text] : texts) {
+        shown->setBytes(text->text);
+        shown->setTruncation(text->truncation);
     }
+    paths_.display(view.paths);
+    processes_.display(view.processes);
+    operations_.setText(QString::fromStdString(view.operations));
+    operations_.setAccessibleName("Access: " + operations_.text());
+    updates_.setVisible(!view.updates.hidden);
+    updates_.setEnabled(view.updates.enabled);
+    updates_.setChecked(view.updates.checked);
+    durations_.display(view);
+    displayTip(view.tip);
 }
 
-void AdvancedDialog::syncTip()
+void AdvancedDialog::displayTip(const std::optional<TipWindow>& tip)
 {
-    const auto& tip = prompt_.frame().window.state().tip;
     if (!tip) {
         tip_.reset();
         return;
@@ -152,7 +114,7 @@ void AdvancedDialog::syncTip()
 
 void AdvancedDialog::placed()
 {
-    prompt_.moveWindow(frameOnScreen());
+    prompt().moveWindow(frameOnScreen());
     const std::pair<ShownPrompt::Field, const TextView*> fields[] = {
         {ShownPrompt::Field::File, &file_},
         {ShownPrompt::Field::Application, &header().program},
@@ -160,7 +122,7 @@ void AdvancedDialog::placed()
         {ShownPrompt::Field::Signer, &header().signer},
     };
     for (const auto& [field, view] : fields)
-        prompt_.moveField(field, frameInWindow(*view));
+        prompt().moveField(field, frameInWindow(*view));
 }
 
 void AdvancedDialog::mouseMovedTo(QPointF position)
@@ -168,7 +130,7 @@ void AdvancedDialog::mouseMovedTo(QPointF position)
     if (isRetired())
         return;
     const QPointF inside = position - QPointF(pos());
-    prompt_.mouseMoved({inside.x(), height() - inside.y()});
+    prompt().mouseMoved({inside.x(), height() - inside.y()});
 }
 
 }

@@ -1,6 +1,7 @@
 #include "frontends/windows/choice_box.h"
 
 #include "frontends/windows/shown_layout.h"
+#include "ui/prompt/prompt_words.h"
 
 #include <QListView>
 #include <QPainter>
@@ -17,12 +18,16 @@ namespace {
 
 constexpr int padding = 10;
 constexpr int arrowRoom = 26;
-constexpr int leastHeight = 28;
-constexpr int leastWidth = 120;
+constexpr int minHeight = 28;
+constexpr int minWidth = 120;
 constexpr int screenMargin = 8;
 constexpr double radius = 6;
 constexpr int recommendedRole = Qt::UserRole;
-const char* const recommendedText = "recommended";
+
+QString recommendedText()
+{
+    return QString::fromUtf8(recommendedTitle.data(), qsizetype(recommendedTitle.size()));
+}
 
 }
 
@@ -36,7 +41,7 @@ public:
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override
     {
-        return {leastWidth, std::max(leastHeight, option.fontMetrics.height() + 10)};
+        return {minWidth, std::max(minHeight, option.fontMetrics.height() + 10)};
     }
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
         const QModelIndex& index) const override
@@ -67,35 +72,34 @@ ChoiceBox::ChoiceBox(const PromptTheme& theme)
     setItemDelegate(new EntryDelegate(*this));
     connect(this, &QComboBox::activated, this, [this](int entry) {
         if (chosen_)
-            chosen_(entry + first_);
+            chosen_(entry);
     });
 }
 
-void ChoiceBox::display(const PopUpButton& control, std::int64_t recommended)
+void ChoiceBox::display(const PromptView::Choices& choices)
 {
-    if (shown_ != control.items() || recommended_ != recommended) {
-        shown_ = control.items();
-        recommended_ = recommended;
-        first_ = control.pullsDown() ? 1 : 0;
+    if (shown_.entries != choices.entries || shown_.recommended != choices.recommended) {
         clear();
         texts_.clear();
-        for (std::size_t item = static_cast<std::size_t>(first_); item < shown_.size(); ++item) {
-            texts_.push_back(shownText(shown_[item].title));
+        for (const PromptView::Entry& entry : choices.entries) {
+            texts_.push_back(shownText(entry.title));
             const QString& text = texts_.back().text;
             addItem(text);
-            const bool isRecommended = std::cmp_equal(item, recommended);
-            setItemData(count() - 1, isRecommended, recommendedRole);
+            const int last = count() - 1;
+            const bool isRecommended = last == choices.recommended;
+            setItemData(last, isRecommended, recommendedRole);
             if (isRecommended)
-                setItemData(count() - 1, text + ", " + recommendedText, Qt::AccessibleTextRole);
+                setItemData(last, text + ", " + recommendedText(), Qt::AccessibleTextRole);
         }
     }
-    setCurrentIndex(static_cast<int>(control.selectedIndex()) - first_);
-    setEnabled(control.enabled());
+    shown_ = choices;
+    setCurrentIndex(static_cast<int>(choices.selected));
+    setEnabled(choices.enabled);
 }
 
 QSize ChoiceBox::sizeHint() const
 {
-    return {leastWidth, std::max(leastHeight, fontMetrics().height() + 12)};
+    return {minWidth, std::max(minHeight, fontMetrics().height() + 12)};
 }
 
 QSize ChoiceBox::minimumSizeHint() const
@@ -142,9 +146,9 @@ void ChoiceBox::paintEntry(
     QRect textRoom = room;
     if (itemData(entry, recommendedRole).toBool()) {
         painter.setPen(sign);
-        painter.drawText(room, Qt::AlignVCenter | Qt::AlignRight, recommendedText);
+        painter.drawText(room, Qt::AlignVCenter | Qt::AlignRight, recommendedText());
         textRoom.setRight(
-            room.right() - painter.fontMetrics().horizontalAdvance(recommendedText) - padding);
+            room.right() - painter.fontMetrics().horizontalAdvance(recommendedText()) - padding);
     }
     painter.setPen(ink);
     const ShownPlace place{font(), textRoom.width(), 1};

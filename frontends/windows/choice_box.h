@@ -2,7 +2,7 @@
 
 #include "frontends/windows/prompt_theme.h"
 #include "frontends/windows/shown_text.h"
-#include "ui/controls/pop_up_button.h"
+#include "ui/prompt/prompt_view.h"
 
 #include <QComboBox>
 
@@ -17,10 +17,8 @@ class ChoiceBox final : public QComboBox {
 public:
     explicit ChoiceBox(const PromptTheme& theme);
 
-    // The entries as the control has them; a pull-down's item 0, its title, is left out.
-    // `recommended` is the index of one of the control's items, or -1.
-    void display(const PopUpButton& control, std::int64_t recommended);
-    // Called with the index of the control's item that the user has chosen.
+    void display(const PromptView::Choices& choices);
+    // Called with the index of the entry that the user has chosen.
     void setChosen(std::function<void(std::int64_t)> chosen) { chosen_ = std::move(chosen); }
 
     [[nodiscard]] QSize sizeHint() const override;
@@ -39,10 +37,8 @@ private:
 
     const PromptTheme& theme_;
     std::function<void(std::int64_t)> chosen_;
-    std::vector<PopUpItem> shown_;
+    PromptView::Choices shown_;
     std::vector<ShownText> texts_; // of the entries
-    std::int64_t recommended_ = -1;
-    int first_ = 0; // index of the item that is entry 0
 };
 
 }

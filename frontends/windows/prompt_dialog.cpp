@@ -4,7 +4,6 @@
 #include "frontends/windows/sharp_pixmap.h"
 #include "frontends/windows/touch_bar_strip.h"
 #include "frontends/windows/window_manager.h"
-#include "prompting/permissions_manager.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -34,10 +33,10 @@ constexpr std::chrono::milliseconds pointing{700};
 
 }
 
-PromptDialog::PromptDialog(Services services, const PromptFrame& frame)
+PromptDialog::PromptDialog(Services services, ShownPrompt& prompt)
     : QDialog(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint)
     , services_(std::move(services))
-    , frame_(frame)
+    , prompt_(prompt)
     , header_(*services_.theme)
     , extra_(*services_.theme, PressButton::Look::Plain)
     , deny_(*services_.theme, PressButton::Look::Deny, 14)
@@ -52,6 +51,13 @@ PromptDialog::PromptDialog(Services services, const PromptFrame& frame)
     extra_.hide();
     deny_.setObjectName("deny");
     allow_.setObjectName("allow");
+    for (const auto& [button, kind] :
+        {std::pair{&deny_, PromptAct::Kind::Deny}, {&allow_, PromptAct::Kind::Allow}}) {
+        const auto decide = [this, kind = kind] { (void)prompt_.carryOut({kind}); };
+        button->setAct(acting(decide), actingForProgram(decide));
+    }
+    if (prompt_.view().touchBarOnly)
+        addStrip();
     layOut();
 }
 
@@ -86,16 +92,9 @@ void PromptDialog::layOut()
     layout->addLayout(buttons);
 }
 
-void PromptDialog::setSentence(std::string_view sentence, const policy_query& query)
-{
-    header_.setSentence(sentence,
-        {services_.manager.manicureDisplayPathForQuery(query), std::string(textOf(query.path))});
-    setAccessibleName("Vossel: " + shownText(sentence).text);
-}
-
 void PromptDialog::showKeys(const QColor& color)
 {
-    hint_.setText(frame_.requireTouchBar ? keys_ : "Ctrl+Return allows, Esc denies\n" + keys_);
+    hint_.setText(shown_.touchBarOnly ? keys_ : "Ctrl+Return allows, Esc denies\n" + keys_);
     QPalette colors = palette();
     colors.setColor(QPalette::WindowText, color);
     hint_.setPalette(colors);
@@ -148,10 +147,12 @@ void PromptDialog::place()
         + QPoint(0, std::max(0, height * 3 / 5 - room.height() / 2)));
 }
 
-void PromptDialog::addStrip(
-    const TouchBar& bar, const std::function<TouchBarItem(std::string_view)>& itemFor)
+// Only on the strip, where the keyboard cannot reach, may some prompts be answered.
+void PromptDialog::addStrip()
 {
-    strip_ = new TouchBarStrip(*services_.theme, *this, bar, itemFor,
+    strip_ = new TouchBarStrip(
+        *services_.theme, *this, prompt_.touchBar(),
+        [this](std::string_view name) { return prompt_.makeItemForIdentifier(name); },
         [this](PressButton& button, const std::function<void()>& action) {
             button.setAct(acting(action), actingForProgram(action));
         });
@@ -189,22 +190,34 @@ void PromptDialog::retire()
 
 void PromptDialog::sync()
 {
-    showIcon(frame_.applicationIconImageView.image());
+    shown_ = prompt_.view();
+    showHeader();
     for (const auto& [button, state] :
-        {std::pair<PressButton*, const Button*>{&deny_, &frame_.denyButton},
-            {&allow_, &frame_.allowButton}}) {
-        button->setText(QString::fromStdString(state->title()));
-        button->setVisible(!state->hidden());
-        button->setHighlighted(state->highlighted());
+        {std::pair<PressButton*, const ButtonState*>{&deny_, &shown_.deny},
+            {&allow_, &shown_.allow}}) {
+        button->setText(QString::fromStdString(state->title));
+        button->setVisible(!state->hidden);
+        button->setHighlighted(state->highlighted);
     }
-    touchBarLabel_.setText(QString::fromStdString(frame_.touchBarLabel.stringValue()));
-    touchBarLabel_.setVisible(!frame_.touchBarLabel.hidden());
-    const WindowLevel level = frame_.window.state().level;
+    touchBarLabel_.setText(QString::fromStdString(shown_.touchBarLabel));
+    touchBarLabel_.setVisible(!shown_.touchBarLabel.empty());
+    display(shown_);
+    const WindowLevel level = shown_.level;
     if (windowHandle() && std::exchange(level_, level) != level) {
         keepAbove(*windowHandle(), level == WindowLevel::Maximum);
         if (strip_)
             keepAbove(*strip_->windowHandle(), level == WindowLevel::Maximum);
     }
+}
+
+// A screen reader reads the sentence first.
+void PromptDialog::showHeader()
+{
+    showIcon(shown_.icon);
+    header_.setSigner(shown_.signer);
+    header_.setSentence(shown_.sentence, {shown_.displayName, shown_.file.text});
+    header_.setDangerous(shown_.deservesCare);
+    setAccessibleName("Vossel: " + shownText(shown_.sentence).text);
 }
 
 void PromptDialog::showIcon(const ImageSource& image)
@@ -242,13 +255,13 @@ void PromptDialog::paintEvent(QPaintEvent*)
 
 void PromptDialog::arm()
 {
-    armedFrom_ = services_.origins.now() + static_cast<InputOrigins::Time>(armingTime.count());
+    arming_.appeared(services_.origins.now());
 }
 
 void PromptDialog::stayAbove()
 {
     if (retired_ || level_ != WindowLevel::Maximum || QApplication::activePopupWidget()
-        || frame_.window.state().tip)
+        || shown_.tip)
         return;
     raise();
     if (strip_)
@@ -279,20 +292,14 @@ void PromptDialog::changeEvent(QEvent* event)
 
 // --- input --------------------------------------------------------------------------------------
 
-// The clock wraps around.
-bool PromptDialog::isArmed(InputOrigins::Time time) const
-{
-    return armedFrom_ && static_cast<std::int32_t>(time - *armedFrom_) >= 0;
-}
-
 bool PromptDialog::takesClick(const EventSource& source) const
 {
-    return !retired_ && frame_.allowButton.mouseDown({source});
+    return !retired_ && !prompt_.refusesMouse(source);
 }
 
 bool PromptDialog::takesKey(const EventSource& source) const
 {
-    return !retired_ && !frame_.window.refuses(source);
+    return !retired_ && !prompt_.refusesKey(source);
 }
 
 PressButton::Act PromptDialog::acting(std::function<void()> act)
@@ -317,11 +324,9 @@ PressButton::Act PromptDialog::actingForProgram(std::function<void()> act)
     };
 }
 
-void PromptDialog::connectDecisions(
-    const std::function<void()>& deny, const std::function<void()>& allow)
+PressButton::Act PromptDialog::carryingOut(const PromptAct& act)
 {
-    deny_.setAct(acting(deny), actingForProgram(deny));
-    allow_.setAct(acting(allow), actingForProgram(allow));
+    return acting([this, act] { (void)prompt_.carryOut(act); });
 }
 
 // A key that is held down decides once: its repetitions would answer the next prompt.
@@ -336,7 +341,7 @@ void PromptDialog::keyPressEvent(QKeyEvent* event)
     const KeyEvent key = toKeyEvent(*event, std::exchange(keySource_, {}));
     if (std::exchange(keyRepeated_, false) && !isArrow(key))
         return;
-    acting([this, key] { frame_.window.keyDown(key); })();
+    acting([this, key] { prompt_.keyDown(key); })();
 }
 
 void PromptDialog::keyReleaseEvent(QKeyEvent* event)
@@ -360,9 +365,7 @@ void PromptDialog::focusOutEvent(QFocusEvent* event)
 
 void PromptDialog::commandKeyChanged(bool down)
 {
-    acting([this, down] {
-        frame_.window.flagsChanged({.modifierFlags = down ? commandKeyFlag : 0});
-    })();
+    acting([this, down] { prompt_.flagsChanged({.modifierFlags = down ? commandKeyFlag : 0}); })();
 }
 
 // The prompt can be moved away from what it stands on.

@@ -4,8 +4,8 @@
 #include "frontends/windows/prompt_header.h"
 #include "frontends/windows/prompt_services.h"
 #include "platform/input_origins.h"
-#include "ui/controls/touch_bar.h"
-#include "ui/prompt/prompt_frame.h"
+#include "ui/prompt/prompt_arming.h"
+#include "ui/prompt/shown_prompt.h"
 
 #include <QDialog>
 #include <QPointF>
@@ -15,40 +15,37 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string_view>
 
 namespace vossel {
 
 class TouchBarStrip;
 
-// The window of either prompt: what both show, and how the keyboard and the mouse reach the view
-// model. It decides nothing. Nothing that is done before a person can have seen it counts, and
-// nobody closes it but whoever made it. Main thread.
+// The window of either prompt: owns the widgets that both have, and carries the keyboard and the
+// mouse to the prompt. It must not decide anything: what it shows is one PromptView, what is done
+// goes through ShownPrompt, which outlives it or is over (retire) before it goes. Nobody closes it
+// but whoever made it. Main thread.
 class PromptDialog : public QDialog {
 public:
     using Services = PromptServices;
-
-    // How long a person needs to see what has appeared.
-    static constexpr std::chrono::milliseconds armingTime{400};
 
     // In front of everything, with the keyboard.
     void appear();
     // The prompt is over: nothing reaches the view model any more.
     void retire();
     [[nodiscard]] bool isRetired() const { return retired_; }
-    // Copies the state of the view model.
-    virtual void sync();
-    // `whole`: when the prompt appeared.
+    // Shows what the prompt shows now.
+    void sync();
+    // `whole` is the time that was left when the prompt appeared.
     void showTimeLeft(std::chrono::milliseconds left, std::chrono::milliseconds whole);
-    // A key was refused: points to those that are taken.
+    // Points to the keys that the prompt takes, because another one was pressed.
     void pointToKeys();
 
     // Whether input of that time may come from somebody who had seen the window.
-    [[nodiscard]] bool isArmed(InputOrigins::Time time) const;
+    [[nodiscard]] bool isArmed(InputOrigins::Time time) const { return arming_.isArmed(time); }
     // Whether a press that this source composed may go on; tells the user otherwise.
     [[nodiscard]] bool takesClick(const EventSource& source) const;
     [[nodiscard]] bool takesKey(const EventSource& source) const;
-    // Of a key that is about to be delivered here.
+    // Says who pressed the key that is delivered here next.
     void setKeySource(const EventSource& source, bool repeated)
     {
         keySource_ = source;
@@ -60,34 +57,26 @@ public:
     virtual void mouseMovedTo(QPointF) { }
 
 protected:
-    PromptDialog(Services services, const PromptFrame& frame);
+    PromptDialog(Services services, ShownPrompt& prompt);
 
+    // Copies what is in the rows below the header.
+    virtual void display(const PromptView& view) = 0;
+    [[nodiscard]] ShownPrompt& prompt() { return prompt_; }
     [[nodiscard]] const Services& services() const { return services_; }
     [[nodiscard]] PromptHeader& header() { return header_; }
     [[nodiscard]] QWidget& body() { return body_; }
     // Deny and Allow stand on its right.
     [[nodiscard]] PressButton& extraButton() { return extra_; }
-    // The headline, which a screen reader reads first.
-    void setSentence(std::string_view sentence, const policy_query& query);
-    // Which keys shape the answer, beside those that give it.
+    // Names the keys that shape the answer, beside those that give it.
     void setKeys(const QString& keys) { keys_ = keys; }
     // Of the screen and of this window, as the view model counts: from the lower left corner.
     [[nodiscard]] Rect frameOnScreen() const;
     [[nodiscard]] Rect frameInWindow(const QWidget& widget) const;
-    // Below the window, where the touch bar alone may answer; before it appears.
-    template <class Prompt>
-    void addTouchBar(Prompt& prompt)
-    {
-        addStrip(prompt.touchBar(),
-            [&prompt](std::string_view name) { return prompt.makeItemForIdentifier(name); });
-    }
-    // The window or something in it stands elsewhere now.
+    // Called when the window or something in it stands elsewhere than before.
     virtual void placed() { }
-    void connectDecisions(const std::function<void()>& deny, const std::function<void()>& allow);
-    // `act` unless the prompt is over by then.
-    [[nodiscard]] PressButton::Act acting(std::function<void()> act);
-    // What a press through the accessibility services does: nobody knows who asked for it.
-    [[nodiscard]] PressButton::Act actingForProgram(std::function<void()> act);
+    // What a press does: the act, unless the prompt is over by then. A refused act changes nothing,
+    // and what the widgets show is put right.
+    [[nodiscard]] PressButton::Act carryingOut(const PromptAct& act);
 
     void keyPressEvent(QKeyEvent* event) override;
     void keyReleaseEvent(QKeyEvent* event) override;
@@ -100,8 +89,12 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void addStrip(
-        const TouchBar& bar, const std::function<TouchBarItem(std::string_view)>& itemFor);
+    void addStrip();
+    [[nodiscard]] PressButton::Act acting(std::function<void()> act);
+    // Asks first whether a program may press, for nobody knows who asked the accessibility
+    // services.
+    [[nodiscard]] PressButton::Act actingForProgram(std::function<void()> act);
+    void showHeader();
     void showKeys(const QColor& color);
     void layOut();
     void place();
@@ -111,7 +104,8 @@ private:
     void comeBack();
 
     const Services services_;
-    const PromptFrame& frame_;
+    ShownPrompt& prompt_;
+    PromptView shown_; // as it was last copied
     PromptHeader header_;
     QScrollArea scroll_;
     QWidget body_;
@@ -123,11 +117,11 @@ private:
     PressButton deny_;
     PressButton allow_;
     std::optional<ImageSource> shownIcon_;
-    std::optional<InputOrigins::Time> armedFrom_;
+    PromptArming arming_{PromptArming::EarlyPress::ChangesNothing};
     EventSource keySource_;
     bool keyRepeated_ = false;
     double share_ = 1; // of the time that is left
-    WindowLevel level_ = WindowLevel::Maximum;
+    WindowLevel level_ = WindowLevel::Maximum; // that the window manager was asked for
     bool firstPaint_ = true;
     bool retired_ = false;
 };

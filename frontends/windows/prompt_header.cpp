@@ -2,7 +2,6 @@
 
 #include "foundation/glyph_elision.h"
 #include "frontends/windows/sharp_pixmap.h"
-#include "wire/driver_messages.h"
 
 #include <QGridLayout>
 #include <QPainter>
@@ -15,10 +14,10 @@ namespace {
 
 constexpr int margin = 20;
 constexpr int badgeSize = 28;
-constexpr int mostSentenceLines = 4;
+constexpr int maxSentenceLines = 4;
 constexpr std::size_t longSentence = 200; // bytes
-constexpr int mostLongSentenceLines = 6;
-constexpr std::size_t mostNameColumns = 120;
+constexpr int maxLongSentenceLines = 6;
+constexpr std::size_t maxNameColumns = 120;
 constexpr int stripe = 4;
 constexpr std::int64_t hurry = 10; // seconds
 
@@ -28,9 +27,9 @@ std::string withShortNames(std::string sentence, const std::vector<std::string>&
     for (const std::string& name : names) {
         const Glyphs glyphs = toGlyphs(name, Charset::Utf8);
         const std::size_t at = sentence.find(name);
-        if (columnsOf(glyphs) > mostNameColumns && at != std::string::npos)
+        if (columnsOf(glyphs) > maxNameColumns && at != std::string::npos)
             sentence.replace(
-                at, name.size(), joined(elideMiddle(glyphs, mostNameColumns, Charset::Utf8)));
+                at, name.size(), joined(elideMiddle(glyphs, maxNameColumns, Charset::Utf8)));
     }
     return sentence;
 }
@@ -83,19 +82,14 @@ void PromptHeader::setSentence(std::string_view text, const std::vector<std::str
     const std::string shorter = withShortNames(std::string(text), names);
     const bool isLong = shorter.size() > longSentence;
     sentence_.setFont(layoutFont(isLong ? 12 : 16, QFont::DemiBold));
-    sentence_.setMaximumLines(isLong ? mostLongSentenceLines : mostSentenceLines);
+    sentence_.setMaximumLines(isLong ? maxLongSentenceLines : maxSentenceLines);
     sentence_.setBytes(shorter);
 }
 
-void PromptHeader::setSigner(std::string_view text, std::int32_t codeSignState)
+void PromptHeader::setSigner(const PromptView::Signer& found)
 {
-    std::string line;
-    if (codeSignState == CODE_SIGN_VALID)
-        line = "✓ Signed by " + std::string(text.empty() ? "unknown" : text);
-    else
-        line = "⚠ " + std::string(text.empty() ? "Not signed" : text);
-    signer.setBytes(line);
-    signer.setColor(codeSignState == CODE_SIGN_VALID ? theme_.allow : theme_.caution);
+    signer.setBytes((found.isValid() ? "✓ " : "⚠ ") + found.sentence);
+    signer.setColor(found.isValid() ? theme_.allow : theme_.caution);
 }
 
 void PromptHeader::setDangerous(bool dangerous)

@@ -2,6 +2,7 @@
 
 #include "frontends/windows/prompt_theme.h"
 #include "frontends/windows/text_view.h"
+#include "ui/prompt/prompt_view.h"
 
 #include <QLabel>
 #include <QPixmap>
@@ -23,14 +24,13 @@ public:
     TextView program; // path and process
     TextView signer;
 
-    // A size in points; whoever has none gets an empty place.
+    // In points. A program without an icon gets an empty place of that size.
     static constexpr int iconSize = 64;
     void setIcon(const QPixmap& icon);
-    // `names` may stand in it; those that are too long are cut there, so that the verb stays.
+    // `names` may occur in the text; one that is too long is cut there, so that the verb stays.
     void setSentence(std::string_view text, const std::vector<std::string>& names);
-    // An empty text stands for no signature, or for a signer without a name.
-    void setSigner(std::string_view text, std::int32_t codeSignState);
-    // Of a kind that deserves more care than others.
+    void setSigner(const PromptView::Signer& found);
+    // Whether the attempt deserves more care than others.
     void setDangerous(bool dangerous);
     void setTimeLeft(std::int64_t seconds);
 

@@ -10,8 +10,6 @@
 
 namespace vossel {
 
-class PermissionsManager;
-class Processes;
 struct PromptTheme;
 
 // What the window of a prompt is made with. Main thread; all of it outlives the window.
@@ -20,8 +18,6 @@ struct PromptServices {
     InputOrigins& origins;
     // About so many pixels in each direction; null where there is no such image.
     std::function<QImage(const ImageSource& source, int pixels)> image;
-    const PermissionsManager& manager;
-    const Processes& processes;
     std::function<void()> sound; // that something was not done
     // Carries an act out when the event that asked for it has been dealt with: the act may end the
     // window.

@@ -1,33 +1,24 @@
 #pragma once
 
+#include "frontends/windows/duration_row.h"
 #include "frontends/windows/prompt_dialog.h"
-#include "ui/prompt/qm_simple_permissions_window.h"
-
-#include <array>
-#include <memory>
 
 namespace vossel {
 
-// The simple prompt on the screen. Main thread.
+// The simple prompt on the screen: owns the rows that only it has. Main thread.
 class SimpleDialog final : public PromptDialog {
 public:
-    SimpleDialog(Services services, QMSimplePermissionsWindow& prompt);
+    SimpleDialog(Services services, ShownPrompt& prompt);
 
-    void sync() override;
+protected:
+    void display(const PromptView& view) override;
 
 private:
-    struct Choice {
-        const Button* state = nullptr;
-        void (QMSimplePermissionsWindow::*choose)() = nullptr;
-        std::unique_ptr<PressButton> button{};
-    };
-
     void layOut();
 
-    QMSimplePermissionsWindow& prompt_;
     TextView scope_;
     TextView parent_;
-    std::array<Choice, 3> choices_;
+    DurationRow durations_;
 };
 
 }

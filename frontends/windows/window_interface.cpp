@@ -74,7 +74,7 @@ public:
                       .icon = {},
                       .timeoutSeconds = noticeSeconds});
               })
-        , prompts_({around.clock, around.timers, around.processes, *origins_.of, origins_.times,
+        , prompts_({around.clock, around.timers, *origins_.of, origins_.times,
               [this](const ImageSource& source, int pixels) { return imageOf(source, pixels); },
               [] { QApplication::beep(); }})
         , dark_([this](bool dark) { setDark(dark); })
@@ -95,7 +95,6 @@ public:
     PersonQuestion* question() override { return &question_; }
     PromptPresenter& presenter() override { return prompts_; }
     ResponseListener& responses() override { return *this; }
-    void setManager(const PermissionsManager* manager) override { prompts_.setManager(manager); }
     bool start(ThreadLauncher&) override { return true; }
     void stop() override { notices_.closeAll(); }
     void filterStatusChanged(std::int32_t) override { }

@@ -2,18 +2,14 @@
 
 #include "frontends/windows/advanced_dialog.h"
 #include "frontends/windows/simple_dialog.h"
-#include "prompting/permissions_manager.h"
 
 #include <QMetaObject>
 
-#include <algorithm>
 #include <utility>
 
 namespace vossel {
 
 namespace {
-
-constexpr Clock::Duration second = std::chrono::seconds(1);
 
 std::chrono::milliseconds toMilliseconds(Clock::Duration duration)
 {
@@ -49,45 +45,36 @@ void WindowPrompts::play()
 
 PromptDialog::Services WindowPrompts::windowServices()
 {
-    return {theme_, services_.origins, services_.image, *manager_, services_.processes,
-        [this] { play(); },
+    return {theme_, services_.origins, services_.image, [this] { play(); },
         [this](std::function<void()> act) {
             QMetaObject::invokeMethod(&here_, std::move(act), Qt::QueuedConnection);
         }};
 }
 
-void WindowPrompts::promptOpened(QMPermissionsWindow& prompt)
+void WindowPrompts::promptOpened(ShownPrompt& prompt)
 {
-    open<AdvancedDialog>(prompt);
-}
-
-void WindowPrompts::promptOpened(QMSimplePermissionsWindow& prompt)
-{
-    open<SimpleDialog>(prompt);
-}
-
-template <class Window, class Prompt>
-void WindowPrompts::open(Prompt& prompt)
-{
-    wait_ = manager_->shownWait();
-    if (!wait_ || wait_->isOver())
+    if (prompt.isOver())
         return;
     open_ = &prompt;
-    whole_ = std::max(Clock::Duration::zero(), wait_->deadline() - services_.clock.now());
-    window_ = new Window(windowServices(), prompt);
+    countdown_.emplace(prompt.countdown());
+    whole_ = countdown_->left();
+    if (prompt.view().kind == PromptView::Kind::Advanced)
+        window_ = new AdvancedDialog(windowServices(), prompt);
+    else
+        window_ = new SimpleDialog(windowServices(), prompt);
     tick();
     window_->appear();
 }
 
-void WindowPrompts::sync(const void* prompt)
+void WindowPrompts::promptChanged(ShownPrompt& prompt)
 {
-    if (open_ == prompt && window_)
+    if (open_ == &prompt && window_)
         window_->sync();
 }
 
-void WindowPrompts::closed(const void* prompt)
+void WindowPrompts::promptClosed(ShownPrompt& prompt)
 {
-    if (open_ != prompt)
+    if (open_ != &prompt)
         return;
     open_ = nullptr;
     services_.timers.cancel(std::exchange(tick_, 0));
@@ -98,16 +85,12 @@ void WindowPrompts::closed(const void* prompt)
 
 void WindowPrompts::tick()
 {
-    const Clock::Duration left
-        = std::max(Clock::Duration::zero(), wait_->deadline() - services_.clock.now());
-    window_->showTimeLeft(toMilliseconds(left), toMilliseconds(whole_));
+    window_->showTimeLeft(toMilliseconds(countdown_->left()), toMilliseconds(whole_));
     if (window_->isVisible())
         window_->stayAbove();
-    if (left == Clock::Duration::zero())
-        return;
-    const Clock::Duration toNext = left % second;
-    tick_ = services_.timers.once(
-        toNext == Clock::Duration::zero() ? second : toNext, [this] { tick(); });
+    const Clock::Duration next = countdown_->untilNextSecond();
+    if (next > Clock::Duration::zero())
+        tick_ = services_.timers.once(next, [this] { tick(); });
 }
 
 }

@@ -5,24 +5,25 @@
 #include "platform/alert_sound.h"
 #include "platform/clock.h"
 #include "platform/timers.h"
-#include "ui/prompt/presenter_by_kind.h"
+#include "ui/prompt/prompt_countdown.h"
+#include "ui/prompt/prompt_presenter.h"
 
 #include <QPointer>
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace vossel {
 
-class QueryWait;
-
-// Shows each prompt as a window. Main thread, where a QApplication exists.
-class WindowPrompts final : public PresenterByKind, public AlertSound {
+// Shows each prompt as a window: owns the window of the open prompt, its theme, its countdown and
+// the guard of its input. It must not know one kind of prompt from the other but to make the
+// window. Main thread, where a QApplication exists.
+class WindowPrompts final : public PromptPresenter, public AlertSound {
 public:
     struct Services {
         Clock& clock;
         Timers& timers;
-        const Processes& processes;
         InputOrigins& origins;
         InputGuard::EventTimes times;
         std::function<QImage(const ImageSource& source, int pixels)> image;
@@ -31,17 +32,12 @@ public:
 
     explicit WindowPrompts(Services services);
     ~WindowPrompts() override;
-    // Before the first prompt. The manager goes first of the two: going, it closes its prompts.
-    void setManager(const PermissionsManager* manager) { manager_ = manager; }
-    // Of the prompts to come.
+    // The prompts that open from now on have these colours; an open one keeps its own.
     void setColorScheme(ColorScheme scheme);
 
-    void promptOpened(QMPermissionsWindow& prompt) override;
-    void promptOpened(QMSimplePermissionsWindow& prompt) override;
-    void promptChanged(QMPermissionsWindow& prompt) override { sync(&prompt); }
-    void promptChanged(QMSimplePermissionsWindow& prompt) override { sync(&prompt); }
-    void promptClosed(QMPermissionsWindow& prompt) override { closed(&prompt); }
-    void promptClosed(QMSimplePermissionsWindow& prompt) override { closed(&prompt); }
+    void promptOpened(ShownPrompt& prompt) override;
+    void promptChanged(ShownPrompt& prompt) override;
+    void promptClosed(ShownPrompt& prompt) override;
 
     // Rings, and points to the keys that the open prompt takes.
     void play() override;
@@ -50,22 +46,17 @@ public:
     [[nodiscard]] PromptDialog* window() const { return window_; }
 
 private:
-    template <class Window, class Prompt>
-    void open(Prompt& prompt);
-    void sync(const void* prompt);
-    void closed(const void* prompt);
     void tick();
     [[nodiscard]] PromptDialog::Services windowServices();
 
     const Services services_;
     std::shared_ptr<const PromptTheme> theme_;
-    const PermissionsManager* manager_ = nullptr;
-    QObject here_; // whoever is to be called later is called on its thread
+    QObject here_; // acts that are put off are carried out on its thread
     InputGuard guard_;
     QPointer<PromptDialog> window_;
-    const void* open_ = nullptr; // the prompt of the window
-    std::shared_ptr<QueryWait> wait_; // of that prompt
-    Clock::Duration whole_{}; // the time it had when it opened
+    const ShownPrompt* open_ = nullptr; // the prompt of the window
+    std::optional<PromptCountdown> countdown_; // of that prompt
+    Clock::Duration whole_{}; // that was left when it opened
     Timers::Timer tick_ = 0;
 };
 

@@ -14,7 +14,6 @@ Agent::Agent(const Host& host, const Directories& directories, UserInterface& in
     , prompts_(PromptContext{host_, directories, manager_, interface_.presenter()})
     , link_(host_, directories, userChecks_, filterStatus_, manager_)
 {
-    interface_.setManager(&manager_);
     manager_.setPromptFactory(&prompts_);
     link_.setResponseListener(&interface_.responses());
 }

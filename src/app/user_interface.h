@@ -9,7 +9,6 @@
 
 namespace vossel {
 
-class PermissionsManager;
 class PersonQuestion;
 class PromptPresenter;
 class ResponseListener;
@@ -24,7 +23,6 @@ public:
         Clock& clock;
         MainThread& mainThread;
         Timers& timers;
-        const Processes& processes;
         ProcessControl& processControl;
         // Ends the agent, which can ask nobody any more for this reason. Main thread.
         std::function<void(const std::string& reason)> lost;
@@ -39,8 +37,6 @@ public:
 
     [[nodiscard]] virtual PromptPresenter& presenter() = 0;
     [[nodiscard]] virtual ResponseListener& responses() = 0;
-    // Before the first prompt; for those who ask the manager themselves.
-    virtual void setManager(const PermissionsManager*) { }
 
     // False when the system has no thread left to give.
     [[nodiscard]] virtual bool start(ThreadLauncher& threads) = 0;

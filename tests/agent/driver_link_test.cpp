@@ -124,11 +124,17 @@ TEST_F(Link, WithdrawsThePromptWhenTheDriverStopsTheFilter)
 
 TEST_F(Link, AnswersWithoutAWindowWhenNobodyIsThereToBeAsked)
 {
-    const std::tuple<std::int64_t, std::optional<SessionState>, bool> rows[]
-        = {{2, {{true, true}}, false}, {2, {{false, false}}, false}, {2, {{false, true}}, true},
-            {2, {}, true}, {1, {{true, false}}, true}};
+    const struct {
+        const char* name;
+        std::int64_t preference;
+        std::optional<SessionState> session;
+        bool shown;
+    } rows[] = {{"locked", 2, {{true, true}}, false}, {"not logged in", 2, {{false, false}}, false},
+        {"there", 2, {{false, true}}, true}, {"unknown", 2, {}, true},
+        {"locked, but prompts are wanted", 1, {{true, false}}, true}};
     startRegistered();
-    for (std::size_t count = 0; const auto& [preference, session, shown] : rows) {
+    for (std::size_t count = 0; const auto& [name, preference, session, shown] : rows) {
+        SCOPED_TRACE(name);
         writePreferences({{"ui.prompts.while_locked", preference}, {"access.user.detail", 2}});
         host.session.state.set(session);
         shown ? prompt(makeQuery("/locked")) : host.driver.sendQuery(makeQuery("/locked"));

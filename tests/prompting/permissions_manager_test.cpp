@@ -51,16 +51,21 @@ TEST(ResponseBuilder, CarriesTheDecisionAndTheScopeOfTheChosenText)
 
 TEST_F(Broker, ChoosesThePromptByUserAndPreference)
 {
-    const std::tuple<bool, bool, std::int64_t, bool> rows[]
-        = {{false, false, 0, true}, {false, true, 2, false}, {false, false, 1, false},
-            {false, false, 3, true}, {true, false, 3, false}, {true, true, 1, true}};
-    for (const auto& [administrator, marker, detail, simple] : rows) {
+    const struct {
+        const char* name;
+        bool administrator, marker;
+        std::int64_t detail;
+        bool simple;
+    } rows[] = {{"user", false, false, 0, true}, {"user who wants details", false, true, 2, false},
+        {"user who wants some", false, false, 1, false}, {"unknown wish", false, false, 3, true},
+        {"administrator", true, false, 3, false}, {"administrator's mark", true, true, 1, true}};
+    for (const auto& [name, administrator, marker, detail, simple] : rows) {
         host.accounts.facts.with([is = administrator](auto& f) { f.isAdministrator = is; });
         writePreferences({{"access.user.detail", detail}});
         std::filesystem::remove(directories.simpleModeMarker("ann"));
         if (marker)
             (void)writeFile(directories.simpleModeMarker("ann"), "");
-        EXPECT_EQ(broker.simpleMode(), simple) << administrator << marker << detail;
+        EXPECT_EQ(broker.simpleMode(), simple) << name;
     }
 }
 

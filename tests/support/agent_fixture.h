@@ -14,8 +14,20 @@
 
 #include <filesystem>
 #include <initializer_list>
+#include <ostream>
 #include <string>
 #include <utility>
+
+namespace vossel {
+
+inline void PrintTo(QueryWait::Outcome outcome, std::ostream* to)
+{
+    static constexpr const char* names[]
+        = {"Waiting", "Answered", "Reevaluated", "Cancelled", "TimedOut"};
+    *to << names[static_cast<std::size_t>(outcome)];
+}
+
+}
 
 namespace vossel::test {
 

@@ -8,89 +8,78 @@
 
 namespace vossel::test {
 
-// Both prompts without a window: they remember what was asked of them and report what the test
-// has them report. Main thread.
-class FakeAdvancedPrompt final : public AdvancedPrompt {
+// Prompts without a window: they remember that they were shown and closed, and report decisions
+// with choices that are always the same. Main thread.
+template <class Prompt, class Delegate>
+class FakePrompt : public Prompt {
 public:
-    policy_query query{};
-    QMPermissionsWindowDelegate* delegate = nullptr;
-    std::optional<std::string> recommended = "In /recommended/";
     std::vector<std::string> acts;
-    std::function<void(FakeAdvancedPrompt&)> onShow;
     std::function<void()> onClose;
 
-    void setPolicyQuery(const policy_query& received) override { query = received; }
-    void setDelegate(QMPermissionsWindowDelegate* to) override { delegate = to; }
-    void showWindow() override
-    {
-        acts.emplace_back("show");
-        if (onShow)
-            onShow(*this);
-    }
+    void setPolicyQuery(const policy_query& query) override { query_ = query; }
+    void setDelegate(Delegate* delegate) override { delegate_ = delegate; }
+    void showWindow() override { acts.emplace_back("show"); }
     void close() override
     {
         acts.emplace_back("close");
         if (onClose)
             onClose();
     }
-    [[nodiscard]] bool requireTouchBar() const override { return true; }
-    void setAllowButtonHighlight(std::int32_t h) override { note("highlight", h); }
-    void performClickAllow() override { report(DECISION_ALLOW); }
-    void performClickDeny() override { report(DECISION_DENY); }
-    [[nodiscard]] std::optional<std::string> recommendedPath() const override
-    {
-        return recommended;
-    }
-    void selectSegmentWithTag(std::int32_t tag) override { note("segment", tag); }
-    void incrementPathSelection() override { acts.emplace_back("path+"); }
-    void decrementPathSelection() override { acts.emplace_back("path-"); }
-    void incrementProcessSelection() override { acts.emplace_back("process+"); }
-    void decrementProcessSelection() override { acts.emplace_back("process-"); }
+    [[nodiscard]] bool requireTouchBar() const override { return false; }
+    void setAllowButtonHighlight(std::int32_t) override { }
 
-    void report(std::int32_t decision, std::optional<std::string> path = "Only /chosen")
-    {
-        if (!delegate)
-            return;
-        if (decision == DECISION_ALLOW)
-            delegate->didClickAllowWithSelectedPath(path, 2, 3, 16, query, 77);
-        else
-            delegate->didClickDenyWithSelectedPath(path, 2, 3, 16, query, 77);
-    }
-
-private:
-    void note(const char* what, std::int32_t value)
-    {
-        acts.push_back(std::string(what) + " " + std::to_string(value));
-    }
+protected:
+    policy_query query_{};
+    Delegate* delegate_ = nullptr;
 };
 
-class FakeSimplePrompt final : public SimplePrompt {
+class FakeAdvancedPrompt final : public FakePrompt<AdvancedPrompt, QMPermissionsWindowDelegate> {
 public:
-    policy_query query{};
-    QMSimplePermissionsWindowDelegate* delegate = nullptr;
-    std::int32_t duration = 1;
-    std::vector<std::string> acts;
+    std::function<void(FakeAdvancedPrompt&)> onShow;
 
-    void setPolicyQuery(const policy_query& received) override { query = received; }
-    void setDelegate(QMSimplePermissionsWindowDelegate* to) override { delegate = to; }
-    void showWindow() override { acts.emplace_back("show"); }
-    void close() override { acts.emplace_back("close"); }
-    [[nodiscard]] bool requireTouchBar() const override { return false; }
-    void setAllowButtonHighlight(std::int32_t) override { acts.emplace_back("highlight"); }
+    void showWindow() override
+    {
+        FakePrompt::showWindow();
+        if (onShow)
+            onShow(*this);
+    }
     void performClickAllow() override
     {
-        if (delegate)
-            delegate->didClickAllowWithQuery(query, duration);
+        if (delegate_)
+            delegate_->didClickAllowWithSelectedPath("Only /chosen", 2, 3, 16, query_, 77);
     }
     void performClickDeny() override
     {
-        if (delegate)
-            delegate->didClickDenyWithQuery(query, duration);
+        if (delegate_)
+            delegate_->didClickDenyWithSelectedPath("Only /chosen", 2, 3, 16, query_, 77);
     }
-    [[nodiscard]] std::int32_t selectedDuration() const override { return duration; }
-    void clickedUntilQuit() override { acts.emplace_back("until quit"); }
-    void clickedUntilRestart() override { acts.emplace_back("until restart"); }
-    void clickedForever() override { acts.emplace_back("forever"); }
+    [[nodiscard]] std::optional<std::string> recommendedPath() const override
+    {
+        return "In /recommended/";
+    }
+    void selectSegmentWithTag(std::int32_t) override { }
+    void incrementPathSelection() override { }
+    void decrementPathSelection() override { }
+    void incrementProcessSelection() override { }
+    void decrementProcessSelection() override { }
+};
+
+class FakeSimplePrompt final : public FakePrompt<SimplePrompt, QMSimplePermissionsWindowDelegate> {
+public:
+    void performClickAllow() override
+    {
+        if (delegate_)
+            delegate_->didClickAllowWithQuery(query_, DURATION_UNTIL_QUIT);
+    }
+    void performClickDeny() override
+    {
+        if (delegate_)
+            delegate_->didClickDenyWithQuery(query_, DURATION_UNTIL_QUIT);
+    }
+    [[nodiscard]] std::int32_t selectedDuration() const override { return DURATION_UNTIL_QUIT; }
+    void clickedUntilQuit() override { }
+    void clickedUntilRestart() override { }
+    void clickedForever() override { }
 };
 
 class FakePromptFactory final : public PromptFactory {
@@ -107,8 +96,7 @@ public:
     }
     [[nodiscard]] std::shared_ptr<SimplePrompt> makeSimplePermissionsWindow() override
     {
-        simple.push_back(std::make_shared<FakeSimplePrompt>());
-        return simple.back();
+        return simple.emplace_back(std::make_shared<FakeSimplePrompt>());
     }
 };
 

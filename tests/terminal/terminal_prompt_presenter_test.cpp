@@ -317,13 +317,29 @@ TEST_F(TerminalPromptPresenterTest, CountsDownAndIsGoneBeforeTheQueryIs)
 
 TEST_F(TerminalPromptPresenterTest, FollowsTheTerminalsSize)
 {
-    presentArmed(makeQuery("/srv/x"));
-    pty.resize(50, 12);
-    screen = TerminalEmulator(50, 12);
+    chooseAdvancedPrompts();
+    presentArmed(makeQuery("/srv/work/report.txt"));
+    pty.resize(50, 16);
+    screen = TerminalEmulator(50, 16);
     prompts.terminalResized();
     look();
-    EXPECT_THAT(screen.text(), HasSubstr("60 s left"));
-    EXPECT_THAT(screen.text(), HasSubstr("Allow"));
+    EXPECT_EQ(screen.text(),
+        R"(  Vossel                               60 s left
+ Vossel detected an attempt to read the following
+ file...
+ File       /srv/work/report.txt
+ Program    editor via bash  /usr/bin/editor (1)
+ Parent     /usr/bin/bash (77)
+ Files      ( ) Only /srv/work/
+ ← →        (*) In /srv/work/  recommended
+ 4 of 6     ( ) In /srv/
+ Programs   ( ) editor
+ ↑ ↓        (*) editor via bash  recommended
+ 3 of 5     ( ) any process via bash
+ How long    ^O Once [^Q Until the program quits]
+             ^R Until restart  ^F Forever
+ Access      p Read-Write
+ Esc Deny    Alt-Return or A Allow    ? keys)");
     EXPECT_THAT(screen.offences, IsEmpty());
 }
 

@@ -49,13 +49,12 @@ struct ScriptedOrigins final : InputOrigins {
 // the preferences are written anew.
 struct WindowFixture : AgentFixture {
     ScriptedOrigins origins;
-    WindowPrompts prompts{
-        {host.clock, host.timers, host.processes, origins, InputGuard::EventTimes::OfWindowSystem,
-            [this](const ImageSource& source, int) {
-                images.push_back(source);
-                return QImage(":/images/program.png");
-            },
-            [this] { host.alertSound.play(); }}};
+    WindowPrompts prompts{{host.clock, host.timers, origins, InputGuard::EventTimes::OfWindowSystem,
+        [this](const ImageSource& source, int) {
+            images.push_back(source);
+            return QImage(":/images/program.png");
+        },
+        [this] { host.alertSound.play(); }}};
     PromptViewModelFactory windows{{host.host, directories, broker, prompts}};
     std::shared_ptr<QueryWait> wait; // for the answer to the last query
     std::vector<ImageSource> images;
@@ -63,7 +62,6 @@ struct WindowFixture : AgentFixture {
     WindowFixture()
     {
         broker.setPromptFactory(&windows);
-        prompts.setManager(&broker);
         chooseAdvancedPrompts();
     }
 

@@ -6,9 +6,10 @@
 
 namespace vossel {
 
-// What every control has: a state that can be compared whole, and one observer that is called after
-// a change, never for a change to what is already there. Main thread only; the observer may drop
-// the control's owner only if somebody else keeps the control alive during the call.
+// What every control is made of. It owns its state, which can be compared whole, and one observer,
+// which it calls after each real change. It must not know who draws it or what a change means. Main
+// thread only; the observer may drop the control's owner only if somebody else keeps the control
+// alive during the call.
 template <class State>
 class Control {
 public:
@@ -37,7 +38,7 @@ protected:
         changed();
     }
 
-    // For changes that are always changes: `state` is edited, then changed() called.
+    // A derived class edits this and calls changed() when set() would not fit.
     [[nodiscard]] State& editable() { return state_; }
     void changed() const
     {

@@ -2,8 +2,8 @@
 
 namespace vossel {
 
-// Points. The origin is the lower left corner, y grows upwards; a window's frame is in screen
-// coordinates, a control's in those of its window.
+// Lengths are points. The origin is the lower left corner, y grows upwards; a window's frame is in
+// screen coordinates, a control's in those of its window.
 struct Point {
     double x = 0;
     double y = 0;

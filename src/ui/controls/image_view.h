@@ -12,7 +12,8 @@ struct ImageSource {
     enum class Kind : std::uint8_t { None, File, WorkspaceIcon, Resource };
 
     Kind kind = Kind::None;
-    // Of the image, or of the file whose icon the desktop is asked for; of a resource its name.
+    // The image's path, the path of the file whose icon the desktop is asked for, or a resource's
+    // name.
     std::string path;
     double width = 0; // points; 0 for the image's own size
     double height = 0;

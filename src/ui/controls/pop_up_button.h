@@ -48,7 +48,7 @@ public:
     [[nodiscard]] const std::string& title() const { return state().title; }
     [[nodiscard]] const Rect& frame() const { return state().frame; }
 
-    // Empty, and tag -1, while nothing is selected.
+    // The title is empty, and the tag -1, while nothing is selected.
     [[nodiscard]] std::string titleOfSelectedItem() const;
     [[nodiscard]] std::int32_t selectedTag() const;
     // The first item with this tag.
@@ -56,7 +56,7 @@ public:
 
     void addItem(std::string title, std::int32_t tag = 0);
     void addItemsWithTitles(const std::vector<std::string>& titles);
-    // -1 selects none. False, and no change, for any other index without an item.
+    // -1 selects none. Any other index without an item changes nothing and returns false.
     bool selectItemAtIndex(std::int64_t index);
     void setEnabled(bool enabled) { set(&PopUpButtonState::enabled, enabled); }
     void setTitle(std::string title) { set(&PopUpButtonState::title, std::move(title)); }

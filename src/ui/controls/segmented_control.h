@@ -22,7 +22,7 @@ public:
     [[nodiscard]] std::int32_t segmentCount() const { return state().segmentCount; }
     [[nodiscard]] std::int32_t selectedSegment() const { return state().selectedSegment; }
 
-    // False, and no change, for a tag without a segment.
+    // A tag without a segment changes nothing and returns false.
     bool selectSegmentWithTag(std::int32_t tag)
     {
         if (tag < 0 || tag >= segmentCount())

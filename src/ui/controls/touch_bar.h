@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-// A strip of buttons beside the keyboard, or what a desktop shows in its place. Plain values: once
-// made they do not change.
+// A strip of buttons beside the keyboard, or what a desktop shows in its place. These are plain
+// values, which do not change once they are made.
 
 namespace vossel {
 

@@ -9,7 +9,7 @@ class PermissionsManager;
 class Processes;
 struct policy_query;
 
-// Texts that the prompts make of a query. Paths come as bytes.
+// These are texts that the prompts make of a query. Paths are bytes.
 
 // "PATH (PID)" of the acting program and of its parent; empty for a query without a parent process.
 [[nodiscard]] std::string applicationPathText(
@@ -21,7 +21,7 @@ struct policy_query;
 // The "file://" URL of a path, with everything escaped that is not plain.
 [[nodiscard]] std::string fileUrl(std::string_view path);
 
-// In characters, whatever their length in bytes.
+// Counts characters, whatever their length in bytes.
 [[nodiscard]] std::size_t characterCount(std::string_view text);
 
 }

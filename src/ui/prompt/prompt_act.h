@@ -25,7 +25,8 @@ struct PromptAct {
     bool operator==(const PromptAct&) const = default;
 };
 
-// Why an act cannot be done, as half a sentence; nothing has changed then. Empty for what was done.
+// Says in half a sentence why an act was not done, in which case nothing has changed. It is empty
+// for an act that was done.
 using Refusal = std::optional<std::string>;
 
 }

@@ -9,7 +9,7 @@ namespace vossel {
 // the prompt hears of it once and never sees it half done. Main thread only.
 class PromptChanges {
 public:
-    // From now on, and until silence(), changes are told.
+    // Changes are told from this call until silence().
     void start(std::function<void()> tell) { tell_ = std::move(tell); }
     void silence() { tell_ = nullptr; }
 

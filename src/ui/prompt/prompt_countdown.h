@@ -8,7 +8,7 @@
 
 namespace vossel {
 
-// How long a prompt can still be answered. Any thread.
+// Tells how long a prompt can still be answered; it owns no timer. Any thread.
 class PromptCountdown {
 public:
     PromptCountdown(const Clock& clock, Clock::Instant deadline)
@@ -17,7 +17,7 @@ public:
     {
     }
 
-    // Never below zero.
+    // The time left, never below zero.
     [[nodiscard]] Clock::Duration left() const
     {
         return std::max(Clock::Duration::zero(), deadline_ - clock_.now());

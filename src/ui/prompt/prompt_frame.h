@@ -37,7 +37,7 @@ public:
     // Whether the prompt stands on the screen: from open() to close().
     [[nodiscard]] bool isOpen() const { return phase_ == Phase::Open; }
     void open(std::function<void()> tell);
-    // Gives the screen back. False unless the prompt was open.
+    // Gives the screen back. Returns false unless the prompt was open.
     bool close();
 
     // The wait that this prompt answers; null before open().
@@ -54,7 +54,8 @@ public:
     void highlightAllowWhileCommandHeld() const;
     void setUpWindow();
     void setTheme();
-    // Who may not make rules, and what protects the rules, is never asked about for ever.
+    // Whether Forever is left out: for users who may not make rules, and for files that protect
+    // the rules.
     [[nodiscard]] bool foreverRemoved(std::string_view path) const;
 
     void setAllowButtonHighlight(std::int32_t highlight);
@@ -83,8 +84,8 @@ private:
     bool authenticating_ = false;
 };
 
-// One packet-capture device stands for all of them: cuts such a path to "/dev/bpf". False, and no
-// change, for every other path.
+// Cuts the path of any packet-capture device to "/dev/bpf", which stands for all of them. Every
+// other path stays, and the result is false.
 bool cutPacketCapturePath(policy_query& query);
 
 }

@@ -12,7 +12,7 @@ class PromptPresenter {
 public:
     virtual ~PromptPresenter() = default;
 
-    // Loading has ended.
+    // The prompt is loaded and wants to be seen.
     virtual void promptOpened(ShownPrompt& prompt) = 0;
     // Something that a person can see has changed; once for everything that one act changed.
     virtual void promptChanged(ShownPrompt& prompt) = 0;

@@ -15,9 +15,9 @@
 
 namespace vossel {
 
-// Everything that a prompt shows at one moment, for every front end. A value without behaviour: it
-// knows neither controls nor queries. Texts are bytes as they came from programs and files; a front
-// end makes them safe for what it draws on.
+// Everything that a prompt shows at one moment, for every front end. It is a value without
+// behaviour and knows neither controls nor queries. Texts are bytes as they came from programs and
+// files; a front end makes them safe for what it draws on.
 struct PromptView {
     enum class Kind : std::uint8_t { Simple, Advanced };
 

@@ -15,6 +15,11 @@ std::string_view durationTitle(std::int32_t code)
     return known ? titles[static_cast<std::size_t>(code)] : std::string_view();
 }
 
+std::string_view shortDurationTitle(std::int32_t code)
+{
+    return code == DURATION_UNTIL_QUIT ? "Until it quits" : durationTitle(code);
+}
+
 std::string signatureSentence(std::string_view text, std::int32_t codeSignState)
 {
     if (codeSignState == CODE_SIGN_VALID)

@@ -8,8 +8,11 @@
 
 namespace vossel {
 
-// Of a duration's code: "Until restart". Empty for a code that is none.
+// The title of a duration's code, as "Until restart"; empty for a code that is none.
 [[nodiscard]] std::string_view durationTitle(std::int32_t code);
+
+// The same for a choice that has little room: "Until it quits".
+[[nodiscard]] std::string_view shortDurationTitle(std::int32_t code);
 
 inline constexpr std::string_view recommendedTitle = "recommended"; // of an entry
 inline constexpr std::string_view updatesTitle = "Updates of this program too";

@@ -22,7 +22,7 @@ public:
     {
     }
 
-    // What it answers the window system, whatever its state says.
+    // These answer the window system, whatever the state says.
     [[nodiscard]] static constexpr bool hidesOnDeactivate() { return false; }
     [[nodiscard]] static constexpr bool isOpaque() { return true; }
     [[nodiscard]] static constexpr bool isVisible() { return true; }

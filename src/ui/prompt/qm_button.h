@@ -8,7 +8,7 @@
 
 namespace vossel {
 
-// Allow or Deny on the screen. Main thread only.
+// The button Allow or Deny on the screen. Main thread only.
 class QMButton final : public Button {
 public:
     QMButton(const PromptContext& context, ButtonState state)

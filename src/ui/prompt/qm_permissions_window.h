@@ -32,8 +32,8 @@ public:
     void showWindow() override;
     void close() override;
 
-    // What a person acts with. False where the control is disabled or hidden or has no such entry;
-    // nothing has changed then.
+    // Clicks on the controls. They return false, and change nothing, where the control is disabled
+    // or hidden or has no such entry.
     void clickedAllow();
     void clickedDeny();
     void clickedOperations();
@@ -76,7 +76,7 @@ public:
     [[nodiscard]] std::int64_t recommendedIndex() const { return recommendedIndex_; }
     [[nodiscard]] std::int32_t alertType() const { return alertType_; }
     [[nodiscard]] std::int32_t codeSignState() const { return codeSignState_; }
-    // Index of an ancestor's process entry to the path of its executable.
+    // Maps the index of an ancestor's process entry to the path of its executable.
     [[nodiscard]] const std::map<std::int64_t, std::string>& ancestors() const
     {
         return ancestors_;
@@ -127,7 +127,7 @@ private:
 
     std::int64_t processIndex_ = 0; // the process entry that was chosen at first
 
-    // Of loading only: from one step to a later one.
+    // One step of loading leaves these for a later one.
     std::string codeSignText_;
     std::string activityDescription_;
 };

@@ -48,8 +48,8 @@ public:
     virtual const TouchBar& touchBar() = 0;
     [[nodiscard]] virtual TouchBarItem makeItemForIdentifier(std::string_view identifier) const = 0;
 
-    // Of a prompt that has tooltips: where things are, in points, for those that do. The simple
-    // prompt has none.
+    // A prompt with tooltips is told where things are, in points; the simple prompt has none and
+    // ignores it.
     virtual void mouseMoved(Point /*inWindow*/) { }
     virtual void moveWindow(const Rect& /*onScreen*/) { }
     virtual void moveField(Field /*field*/, const Rect& /*inWindow*/) { }

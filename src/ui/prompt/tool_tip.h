@@ -14,7 +14,7 @@ class WindowSystem;
 // rest on it. Main thread only; owned by the prompt whose window and fields it refers to.
 class ToolTip {
 public:
-    // The fields are tried in this order.
+    // The first of the fields that lies under the mouse is shown.
     ToolTip(Timers& timers, const WindowSystem& windows, Window& window,
         std::vector<const TextField*> fields);
     ~ToolTip() { cancelPending(); }
