@@ -21,6 +21,7 @@ endfunction()
 function(vossel_unite target)
   set(apart
     programs_test
+    rules_test
     vossel_app
     vossel_frontends_windows
     vossel_hosts_desktop
