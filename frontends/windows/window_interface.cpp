@@ -7,7 +7,7 @@
 #include "frontends/windows/question_window.h"
 #include "frontends/windows/unknown_origins.h"
 #include "frontends/windows/window_platform.h"
-#include "frontends/windows/window_prompts.h"
+#include "frontends/windows/window_prompt_presenter.h"
 #include "hosts/desktop/dark_desktop.h"
 #include "hosts/desktop/desktop_notifications.h"
 #include "hosts/desktop/qt_descriptor_watch.h"
@@ -139,7 +139,7 @@ private:
     NoticeWindows notices_;
     DesktopNotifications notifications_;
     QuestionWindow question_;
-    WindowPrompts prompts_;
+    WindowPromptPresenter prompts_;
     DarkDesktop dark_;
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frontends/windows/window_prompts.h"
+#include "frontends/windows/window_prompt_presenter.h"
 #include "platform/input_origins.h"
 #include "support/agent_fixture.h"
 #include "support/queries.h"
@@ -49,7 +49,7 @@ struct ScriptedOrigins final : InputOrigins {
 // the preferences are written anew.
 struct WindowFixture : AgentFixture {
     ScriptedOrigins origins;
-    WindowPrompts prompts{{host.clock, host.timers, origins, InputGuard::EventTimes::OfWindowSystem,
+    WindowPromptPresenter prompts{{host.clock, host.timers, origins, InputGuard::EventTimes::OfWindowSystem,
         [this](const ImageSource& source, int) {
             images.push_back(source);
             return QImage(":/images/program.png");

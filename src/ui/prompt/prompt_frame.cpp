@@ -1,6 +1,5 @@
 #include "ui/prompt/prompt_frame.h"
 
-#include "platform/host.h"
 #include "platform/window_system.h"
 #include "prompting/permissions_manager.h"
 #include "prompting/query_wait.h"
@@ -46,7 +45,7 @@ bool PromptFrame::close()
 
 PromptCountdown PromptFrame::countdown() const
 {
-    return {context_.host.clock, wait_ ? wait_->deadline() : Clock::Instant::max()};
+    return {context_.services.clock, wait_ ? wait_->deadline() : Clock::Instant::max()};
 }
 
 PromptView PromptFrame::view() const
@@ -88,7 +87,7 @@ void PromptFrame::showIcon(std::int32_t codeSignState, std::string_view program)
         return;
     }
     const std::string file = context_.directories.programIcon();
-    context_.host.windows.storeProgramIcon(std::string(program), file);
+    context_.services.windows.storeProgramIcon(std::string(program), file);
     applicationIconImageView.setImage(ImageSource::file(file));
 }
 
@@ -102,7 +101,7 @@ void PromptFrame::resetButtons()
 
 void PromptFrame::highlightAllowWhileCommandHeld() const
 {
-    if (context_.host.windows.commandKeyHeld())
+    if (context_.services.windows.commandKeyHeld())
         context_.manager.setAllowButtonHighlight(1);
 }
 
@@ -117,7 +116,7 @@ void PromptFrame::setUpWindow()
         state.canHide = false;
         state.alpha = 1;
     });
-    context_.host.windows.activateApplication();
+    context_.services.windows.activateApplication();
     window.update([](WindowState& state) {
         state.orderedFront = true;
         state.firstResponder = true;
@@ -137,7 +136,7 @@ void PromptFrame::setTheme()
 
 bool PromptFrame::foreverRemoved(std::string_view path) const
 {
-    return !UserChecks(context_.host.accounts, context_.directories).canCreateRules()
+    return !UserChecks(context_.services.accounts, context_.directories).canCreateRules()
         || path.starts_with(context_.directories.sharedData());
 }
 
@@ -162,7 +161,7 @@ void PromptFrame::resignWindow()
 void PromptFrame::closeWindow()
 {
     resignWindow();
-    context_.host.windows.deactivateApplication();
+    context_.services.windows.deactivateApplication();
 }
 
 bool PromptFrame::authenticate()
@@ -171,7 +170,7 @@ bool PromptFrame::authenticate()
         return true;
     resignWindow();
     authenticating_ = true;
-    const bool proved = Authentication(context_.host.authenticator).performAuthentication();
+    const bool proved = Authentication(context_.services.authenticator).performAuthentication();
     authenticating_ = false;
     if (!proved)
         authenticationDenied = true;

@@ -1,7 +1,6 @@
 #include "ui/prompt/qm_borderless_panel.h"
 
 #include "platform/alert_sound.h"
-#include "platform/host.h"
 #include "prompting/permissions_manager.h"
 #include "ui/prompt/synthetic_input.h"
 #include "user/user_checks.h"
@@ -63,7 +62,7 @@ void QMBorderlessPanel::commandKeyDown(std::string_view characters) const
     case 'f':
         return selectForever();
     default:
-        return context_.host.alertSound.play();
+        return context_.services.alertSound.play();
     }
 }
 
@@ -81,21 +80,21 @@ void QMBorderlessPanel::plainKeyDown(std::uint16_t keyCode) const
     case keyCodeEscape:
         return decide(&PermissionsManager::clickDeny);
     default:
-        return context_.host.alertSound.play();
+        return context_.services.alertSound.play();
     }
 }
 
 void QMBorderlessPanel::decide(void (PermissionsManager::*click)()) const
 {
     if (context_.manager.requireTouchBar())
-        context_.host.alertSound.play();
+        context_.services.alertSound.play();
     else
         (context_.manager.*click)();
 }
 
 void QMBorderlessPanel::selectForever() const
 {
-    if (UserChecks(context_.host.accounts, context_.directories).canCreateRules())
+    if (UserChecks(context_.services.accounts, context_.directories).canCreateRules())
         context_.manager.selectSegment(DURATION_FOREVER);
 }
 

@@ -1,6 +1,5 @@
 #include "ui/prompt/qm_permissions_window.h"
 
-#include "platform/host.h"
 #include "platform/window_system.h"
 #include "prompting/permissions_manager.h"
 #include "ui/prompt/operations_title.h"
@@ -14,7 +13,7 @@ namespace vossel {
 QMPermissionsWindow::QMPermissionsWindow(const PromptContext& context)
     : context_(context)
     , frame_(context, PermissionsControls::windowFrame)
-    , tip_(context.host.timers, context.host.windows, frame_.window,
+    , tip_(context.services.timers, context.services.windows, frame_.window,
           {&controls_.filenameTextField, &controls_.applicationPathTextField,
               &controls_.applicationParentPathTextField, &controls_.codeSignTextField})
 {

@@ -1,7 +1,6 @@
 #include "foundation/files.h"
 #include "foundation/path_text.h"
 #include "foundation/utf8.h"
-#include "platform/host.h"
 #include "platform/window_system.h"
 #include "prompting/permissions_manager.h"
 #include "prompting/utilities.h"
@@ -65,7 +64,7 @@ void QMPermissionsWindow::readQuery()
     controls_.applicationPathTextField.setStringValue(
         applicationPathText(context_.manager, query_));
     controls_.applicationParentPathTextField.setStringValue(
-        parentPathText(context_.host.processes, query_));
+        parentPathText(context_.services.processes, query_));
 }
 
 // Updates can stay covered only where a maker is known who could sign them.
@@ -132,7 +131,8 @@ bool QMPermissionsWindow::isOnReadOnlyImage() const
     if (!path.starts_with(volumesFolder) || query_.operation != OPERATION_READ)
         return false;
     const std::string root = std::string(volumesFolder) + volumeName(path) + "/";
-    return Utilities(context_.host).isDiskImageAtURL(fileUrl(root)) && !isWritable(root);
+    return Utilities(context_.services.utilities).isDiskImageAtURL(fileUrl(root))
+        && !isWritable(root);
 }
 
 void QMPermissionsWindow::loadPaths()
@@ -144,7 +144,7 @@ void QMPermissionsWindow::loadPaths()
 void QMPermissionsWindow::recogniseInstaller()
 {
     if (isInstaller_)
-        installerPID_ = Utilities(context_.host).findInstallerPID();
+        installerPID_ = Utilities(context_.services.utilities).findInstallerPID();
     if (installerPID_ == 0)
         return;
     controls_.durationSegmentedControl.selectSegmentWithTag(DURATION_UNTIL_QUIT);
@@ -168,7 +168,7 @@ void QMPermissionsWindow::fitProcessPopUp()
             continue;
         longest = characters;
         popUp.setTitle(item.title);
-        popUp.sizeToFit(context_.host.windows);
+        popUp.sizeToFit(context_.services.windows);
     }
     Rect frame = popUp.frame();
     frame.width = std::min(frame.width, static_cast<double>(widthInLayout));

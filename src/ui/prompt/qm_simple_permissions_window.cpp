@@ -1,7 +1,6 @@
 #include "ui/prompt/qm_simple_permissions_window.h"
 
 #include "platform/accounts.h"
-#include "platform/host.h"
 #include "prompting/permissions_manager.h"
 #include "prompting/utilities.h"
 #include "settings/directories.h"
@@ -47,7 +46,7 @@ void QMSimplePermissionsWindow::setPolicyQuery(const policy_query& query)
 {
     query_ = query;
     originalQuery_ = query;
-    widenInsideHome(query_, context_.host.accounts.homeDirectory());
+    widenInsideHome(query_, context_.services.accounts.homeDirectory());
 }
 
 void QMSimplePermissionsWindow::showWindow()
@@ -69,7 +68,7 @@ void QMSimplePermissionsWindow::windowDidLoad()
 {
     frame_.readPreferences();
     applicationText_ = applicationPathText(context_.manager, query_);
-    parentText_ = parentPathText(context_.host.processes, query_);
+    parentText_ = parentPathText(context_.services.processes, query_);
     const SigningText signing = context_.manager.checkCodesign(query_);
     codeSignState_ = signing.codeSignState;
     const AlertMessage alert = context_.manager.buildAlertMessage(query_);
@@ -80,7 +79,7 @@ void QMSimplePermissionsWindow::windowDidLoad()
     name.setStringValue(context_.manager.manicureDisplayPathForQuery(query_));
     name.setTruncation(Truncation::Middle);
     name.setAlignment(TextAlignment::Left);
-    Utilities(context_.host).adjustFontSizeToFitWidth(name);
+    Utilities(context_.services.utilities).adjustFontSizeToFitWidth(name);
     controls_.informationTextField.setStringValue(withoutLineBreaks(signing.text));
     controls_.activityDescriptionTextField.setStringValue(alert.sentence);
 
@@ -152,7 +151,7 @@ void QMSimplePermissionsWindow::clickedUntilRestart()
 void QMSimplePermissionsWindow::clickedForever()
 {
     if (!controls_.foreverButtonCell.hidden()
-        && UserChecks(context_.host.accounts, context_.directories).canCreateRules())
+        && UserChecks(context_.services.accounts, context_.directories).canCreateRules())
         choose(controls_.foreverButtonCell);
 }
 

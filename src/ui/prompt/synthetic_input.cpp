@@ -1,7 +1,6 @@
 #include "ui/prompt/synthetic_input.h"
 
 #include "platform/accounts.h"
-#include "platform/host.h"
 #include "settings/preferences.h"
 #include "user/notices.h"
 
@@ -18,11 +17,11 @@ bool refusesSyntheticInput(
 {
     if (source.processId == 0 || source.userId == 0)
         return false;
-    if (context.host.accounts.userIdOf(inputDevicesAccount) == source.userId)
+    if (context.services.accounts.userIdOf(inputDevicesAccount) == source.userId)
         return false;
     if (valueForPreference(context.directories, preference::promptsRemote) == 1)
         return false;
-    UserNotices(context.host, context.directories)
+    UserNotices(context.services.notices, context.directories)
         .sendIgnoredNotificationForPid(source.processId, type);
     return true;
 }

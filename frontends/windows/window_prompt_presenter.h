@@ -19,7 +19,7 @@ namespace vossel {
 // Shows each prompt as a window: owns the window of the open prompt, its theme, its countdown and
 // the guard of its input. It must not know one kind of prompt from the other but to make the
 // window. Main thread, where a QApplication exists.
-class WindowPrompts final : public PromptPresenter, public AlertSound {
+class WindowPromptPresenter final : public PromptPresenter, public AlertSound {
 public:
     struct Services {
         Clock& clock;
@@ -30,8 +30,8 @@ public:
         std::function<void()> ring;
     };
 
-    explicit WindowPrompts(Services services);
-    ~WindowPrompts() override;
+    explicit WindowPromptPresenter(Services services);
+    ~WindowPromptPresenter() override;
     // The prompts that open from now on have these colours; an open one keeps its own.
     void setColorScheme(ColorScheme scheme);
 

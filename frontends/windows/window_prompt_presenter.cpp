@@ -1,4 +1,4 @@
-#include "frontends/windows/window_prompts.h"
+#include "frontends/windows/window_prompt_presenter.h"
 
 #include "frontends/windows/advanced_dialog.h"
 #include "frontends/windows/simple_dialog.h"
@@ -18,32 +18,32 @@ std::chrono::milliseconds toMilliseconds(Clock::Duration duration)
 
 }
 
-WindowPrompts::WindowPrompts(Services services)
+WindowPromptPresenter::WindowPromptPresenter(Services services)
     : services_(std::move(services))
     , theme_(std::make_shared<const PromptTheme>(ColorScheme::Light))
     , guard_(services_.origins, services_.times, [this] { play(); })
 {
 }
 
-WindowPrompts::~WindowPrompts()
+WindowPromptPresenter::~WindowPromptPresenter()
 {
     services_.timers.cancel(tick_);
     delete window_;
 }
 
-void WindowPrompts::setColorScheme(ColorScheme scheme)
+void WindowPromptPresenter::setColorScheme(ColorScheme scheme)
 {
     theme_ = std::make_shared<const PromptTheme>(scheme);
 }
 
-void WindowPrompts::play()
+void WindowPromptPresenter::play()
 {
     services_.ring();
     if (window_)
         window_->pointToKeys();
 }
 
-PromptDialog::Services WindowPrompts::windowServices()
+PromptDialog::Services WindowPromptPresenter::windowServices()
 {
     return {theme_, services_.origins, services_.image, [this] { play(); },
         [this](std::function<void()> act) {
@@ -51,7 +51,7 @@ PromptDialog::Services WindowPrompts::windowServices()
         }};
 }
 
-void WindowPrompts::promptOpened(ShownPrompt& prompt)
+void WindowPromptPresenter::promptOpened(ShownPrompt& prompt)
 {
     if (prompt.isOver())
         return;
@@ -66,13 +66,13 @@ void WindowPrompts::promptOpened(ShownPrompt& prompt)
     window_->appear();
 }
 
-void WindowPrompts::promptChanged(ShownPrompt& prompt)
+void WindowPromptPresenter::promptChanged(ShownPrompt& prompt)
 {
     if (open_ == &prompt && window_)
         window_->sync();
 }
 
-void WindowPrompts::promptClosed(ShownPrompt& prompt)
+void WindowPromptPresenter::promptClosed(ShownPrompt& prompt)
 {
     if (open_ != &prompt)
         return;
@@ -83,7 +83,7 @@ void WindowPrompts::promptClosed(ShownPrompt& prompt)
     window_ = nullptr;
 }
 
-void WindowPrompts::tick()
+void WindowPromptPresenter::tick()
 {
     window_->showTimeLeft(toMilliseconds(countdown_->left()), toMilliseconds(whole_));
     if (window_->isVisible())
