@@ -197,17 +197,18 @@ struct EagerStore : test::LiteralStore {
         // From the last key to the first, each keeping the order of those before.
         for (auto key = order.rbegin(); key != order.rend(); ++key)
             std::stable_sort(shown.begin(), shown.end(), [key](const auto& a, const auto& b) {
-                const auto& [first, second] = key->ascending ? std::tie(a, b) : std::tie(b, a);
+                const auto& first = key->ascending ? a : b;
+                const auto& second = key->ascending ? b : a;
                 return sortedBy(key->key, *first) < sortedBy(key->key, *second);
             });
     }
     // Numbers, which have no sign here, sort by their length first.
-    static auto sortedBy(SortDescriptor::Key key, const Rule& rule)
+    static std::pair<std::size_t, std::string> sortedBy(SortDescriptor::Key key, const Rule& rule)
     {
         using Key = SortDescriptor::Key;
         const bool isText = key >= Key::Path && key <= Key::Constraint;
         const auto part = test::partsOf(rule)[static_cast<std::size_t>(key)];
-        return std::pair(isText ? 0 : part.size(), part);
+        return {isText ? 0 : part.size(), part};
     }
     template <class RuleType, class Equal>
     static bool removeFirst(std::vector<std::shared_ptr<RuleType>>& rules, const Equal& equal)
