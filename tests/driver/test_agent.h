@@ -63,7 +63,8 @@ public:
         const cmsghdr rights = {CMSG_LEN(size), SOL_SOCKET, SCM_RIGHTS};
         std::vector<char> control(CMSG_SPACE(size));
         std::memcpy(control.data(), &rights, sizeof rights);
-        std::memcpy(control.data() + CMSG_LEN(0), descriptors.data(), size);
+        if (size > 0)
+            std::memcpy(control.data() + CMSG_LEN(0), descriptors.data(), size);
         const msghdr message
             = {nullptr, 0, parts, 2, control.data(), size > 0 ? control.size() : 0, 0};
         return ::sendmsg(socket.get(), &message, MSG_NOSIGNAL) >= 0;
