@@ -49,12 +49,13 @@ struct ScriptedOrigins final : InputOrigins {
 // the preferences are written anew.
 struct WindowFixture : AgentFixture {
     ScriptedOrigins origins;
-    WindowPromptPresenter prompts{{host.clock, host.timers, origins, InputGuard::EventTimes::OfWindowSystem,
-        [this](const ImageSource& source, int) {
-            images.push_back(source);
-            return QImage(":/images/program.png");
-        },
-        [this] { host.alertSound.play(); }}};
+    WindowPromptPresenter prompts{
+        {host.clock, host.timers, origins, InputGuard::EventTimes::OfWindowSystem,
+            [this](const ImageSource& source, int) {
+                images.push_back(source);
+                return QImage(":/images/program.png");
+            },
+            [this] { host.alertSound.play(); }}};
     PromptViewModelFactory windows{{host.host, directories, broker, prompts}};
     std::shared_ptr<QueryWait> wait; // for the answer to the last query
     std::vector<ImageSource> images;
