@@ -235,6 +235,8 @@ private:
 
 int main()
 {
+    // Children would print again what a buffer still holds.
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     if (::access("/dev/shm", W_OK) == 0)
         ::setenv("TMPDIR", "/dev/shm", 0);
     const test::TemporaryDirectory folder;
