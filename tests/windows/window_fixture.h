@@ -53,7 +53,9 @@ struct WindowFixture : AgentFixture {
         {host.clock, host.timers, origins, InputGuard::EventTimes::OfWindowSystem,
             [this](const ImageSource& source, int) {
                 images.push_back(source);
-                return QImage(":/images/program.png");
+                const QImage picture(":/images/program.png");
+                EXPECT_FALSE(picture.isNull()) << "the program came without its pictures";
+                return picture;
             },
             [this] { host.alertSound.play(); }}};
     PromptViewModelFactory windows{{host.host, directories, broker, prompts}};
